@@ -1,0 +1,111 @@
+// The dispatching entries: search the table for the CalType, forward.
+#include <cstdio>
+#include <cstring>
+
+#include "api/module.hpp"
+#include "api/temp2gray.hpp"
+#include "kalviro.h"
+
+using kalviro::findModule;
+
+namespace {
+
+const CalTypeEntry* findEntry(int32_t calType) {
+    for (int32_t i = 0; i < kalviro_table_size; ++i) {
+        if (kalviro_table[i].calType == calType) return &kalviro_table[i];
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t* frame, uint64_t frameSize, uint8_t** image,
+                                 uint64_t* imageSize, uint8_t** info, uint64_t* infoSize) {
+    if (frameSize < 512) {
+        std::puts("BufSize error");
+        return -1;
+    }
+    if (image) *image = frame;
+    if (imageSize) *imageSize = frameSize - 512;
+    if (info) *info = frame + (frameSize - 512);
+    if (findEntry(calType) == nullptr) {
+        std::puts("CalType error");
+        return -1;
+    }
+    if (infoSize) *infoSize = 512;
+    return 0;
+}
+
+float KALVIRO_Gray2Temp_Init(int32_t calType, int32_t gray, TempFrameInfo* block, float emissivity,
+                             float distance) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e && block ? e->init(gray, block, emissivity, distance) : 0.0f;
+}
+
+float KALVIRO_Gray2Temp_Real(int32_t calType, int32_t gray, TempFrameInfo* block, float emissivity,
+                             float distance) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e && block ? e->real(gray, block, emissivity, distance) : 0.0f;
+}
+
+float KALVIRO_Gray2Temp_Once(int32_t calType, int32_t gray, TempFrameInfo* block, float emissivity,
+                             float distance) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e && block ? e->once(gray, block, emissivity, distance) : 0.0f;
+}
+
+float Temperature_GetTempFromGray(uint16_t gray, TempFrameInfo* block, void* reserved, int32_t calType,
+                                  float emissivity, float distance) {
+    (void)reserved;
+    if (gray == 0) return 0.0f;
+    return KALVIRO_Gray2Temp_Once(calType, static_cast<int32_t>(gray), block, emissivity, distance);
+}
+
+double KALVIRO_GetIT(int32_t calType, TempFrameInfo* block) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e && e->getIT && block ? e->getIT(block) : 0.0;
+}
+
+Gray2TempFn KALVIRO_Gray2Temp_Init_GET(int32_t calType) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e ? e->init : nullptr;
+}
+
+Gray2TempFn KALVIRO_Gray2Temp_Real_GET(int32_t calType) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e ? e->real : nullptr;
+}
+
+GetITFn KALVIRO_GetIT_GET(int32_t calType) {
+    const CalTypeEntry* e = findEntry(calType);
+    return e ? e->getIT : nullptr;
+}
+
+int32_t KALVIRO_GetTempPara(int32_t calType, TempFrameInfo* block, TempPara* para) {
+    const CalTypeEntry* e = findEntry(calType);
+    if (e == nullptr || block == nullptr || para == nullptr) return 0;
+    std::memset(para, 0, sizeof *para);
+    e->getTempPara(block, para);
+    return 1;
+}
+
+int32_t KALVIRO_IsAlgSurport(int32_t calType) { return findEntry(calType) != nullptr ? 1 : 0; }
+
+void KALVIRO_GetVersion(char* text) {
+    char stamp[32];
+    std::snprintf(stamp, sizeof stamp, "%s %s\n", "Sep  1 2019", "20:07:03");
+    std::strcpy(text, stamp);
+}
+
+void KALVIRO_GetVersionMinute(char* text) { std::strcpy(text, "V_0.0.29"); }
+
+int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin, int32_t tempMax,
+                          int32_t grayMin, int32_t grayMax, int32_t target, float emissivity) {
+    if (fn == nullptr) return grayMin;
+    return kalviro::temp2gray([&](int32_t g) { return fn(g, block, emissivity, 0.0f); }, tempMin, tempMax,
+                              grayMin, grayMax, target);
+}
+
+}  // extern "C"

@@ -1,0 +1,53 @@
+#include "core/atmosphere.hpp"
+
+#include "core/block.hpp"
+#include "kalviro.h"
+
+namespace kalviro {
+namespace {
+
+// The test holds for every number but NaN: the block's distance decides.
+bool blockDistanceRules(float distance) {
+    const double d = distance;
+    return d <= 0.000001 || d >= -0.000001;
+}
+
+double blockDistance(const uint8_t* block) {
+    return static_cast<double>(get(block, field::distance)) / 100.0;
+}
+
+}  // namespace
+
+float atmosphereFrame(float T, const uint8_t* block, float air, float distance) {
+    const double H =
+        (static_cast<double>(static_cast<float>(get(block, field::humidity))) - 60.0) * 0.0008 + 1.0;
+    const double R = kAtmRate * H;
+    const double D = blockDistanceRules(distance) ? blockDistance(block) : static_cast<double>(distance);
+    const float u = static_cast<float>((D - 1.5) * R);
+    const double e = myexp(-static_cast<double>(u));
+    const float d = T - air;
+    return static_cast<float>(static_cast<double>(air) + ((1.0 - e * kAtmA) * d) / kAtmC);
+}
+
+float atmosphereFrameNeutral(float T, float air) {
+    return static_cast<float>(((1.0 - 1.0 * kAtmA) * static_cast<double>(T - air)) / kAtmC +
+                              static_cast<double>(air));
+}
+
+float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3) {
+    const float h = static_cast<float>(get(block, field::humidity)) - 60.0f;
+    const float r = (h * 0.0008f + 1.0f) * B3;
+    float u;
+    if (blockDistanceRules(distance)) {
+        u = static_cast<float>((blockDistance(block) - 1.5) * static_cast<double>(r));
+    } else {
+        u = (distance - 1.5f) * r;
+    }
+    const double e = myexp(-static_cast<double>(u));
+    const float d = T - air;
+    return static_cast<float>((((1.0 - e * static_cast<double>(A3)) * static_cast<double>(d)) /
+                               static_cast<double>(1.0f - A3)) +
+                              static_cast<double>(air));
+}
+
+}  // namespace kalviro

@@ -1,0 +1,56 @@
+#include "core/final_scaling.hpp"
+
+#include "core/block.hpp"
+#include "core/emissivity.hpp"
+#include "core/numeric.hpp"
+
+namespace kalviro {
+
+EmissFactor emissFactor(Emissivity form, float emissivity) {
+    if (form == Emissivity::Polynomial) return {form, emissivityPolynomial(emissivity), 0};
+    return {form, 0.0f, espFactor(emissivity)};
+}
+
+int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* block) {
+    const int32_t q = toInt(Tc * 100.0f);
+    const double gain = static_cast<double>(get(block, field::tempGain));
+    const int32_t offset = get(block, field::tempOffset);
+    if (f.form == Emissivity::Polynomial) {
+        const double G = ((static_cast<double>(q) / 100.0 - 20.0) * gain) / 100.0;
+        const float F = static_cast<float>(static_cast<double>(f.E) * G);
+        return wrapAdd(toInt(F * 100.0f + 2000.0f), offset);
+    }
+    const double G =
+        (((static_cast<double>(q) / 100.0 - static_cast<double>(air)) * gain) / 100.0 *
+         static_cast<double>(f.K)) /
+        1000.0;
+    const float F = static_cast<float>(G);
+    return wrapAdd(toInt(F * 100.0f + air * 100.0f), offset);
+}
+
+float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block) {
+    const float t = (Tc * 100.0f) / 100.0f;
+    const int32_t gain = get(block, field::tempGain);
+    const float offset = static_cast<float>(get(block, field::tempOffset));
+    if (f.form == Emissivity::Polynomial) {
+        const double H = (static_cast<double>(gain) * (static_cast<double>(t) - 20.0)) / 100.0;
+        return static_cast<float>(H * static_cast<double>(f.E)) * 100.0f + 2000.0f + offset;
+    }
+    const float u = (((t - air) * static_cast<float>(gain)) / 100.0f * static_cast<float>(f.K)) / 1000.0f;
+    return (air * 100.0f + u * 100.0f) + offset;
+}
+
+int32_t distanceBoost(float F, const uint8_t* block) {
+    const double D = static_cast<double>(get(block, field::distance)) / 100.0;
+    const double P = static_cast<double>(F / 100.0f);
+    const int32_t range = get(block, field::tempRange);
+    if (range == 2 && D >= 8.0) {
+        return toInt(static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6)));
+    }
+    if (range == 3 && D >= 4.0) {
+        return toInt(static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 4.0) * 0.25 * P) / 110.0)));
+    }
+    return toInt(F);
+}
+
+}  // namespace kalviro

@@ -1,0 +1,33 @@
+// Final scaling: gain, emissivity factor, base temperature and offset, into
+// hundredths of a degree. The polynomial family scales about 20 degrees, the
+// table family about the air temperature.
+#pragma once
+
+#include <cstdint>
+
+namespace kalviro {
+
+enum class Emissivity : uint8_t { Polynomial, Table };
+
+// The factor of one call: E as a float, or K in thousandths.
+struct EmissFactor {
+    Emissivity form;
+    float E;
+    int32_t K;
+};
+
+EmissFactor emissFactor(Emissivity form, float emissivity);
+
+// Per-frame: Tc truncated to hundredths first, tempOffset added as an
+// integer after the last truncation. air is the base of the table form.
+int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* block);
+
+// Per-pixel: no integer step; returns F, hundredths as a float with
+// tempOffset already in it.
+float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block);
+
+// The per-pixel distance boost from the block's distance: from 8 m in
+// tempRange 2, from 4 m in 3, none in 4. Returns the truncated hundredths.
+int32_t distanceBoost(float F, const uint8_t* block);
+
+}  // namespace kalviro

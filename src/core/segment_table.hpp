@@ -1,0 +1,37 @@
+// The gray-to-temperature segment table every CalType builds once per frame
+// and searches for each pixel.
+#pragma once
+
+#include <cstdint>
+
+#include "kalviro.h"
+
+namespace kalviro {
+
+// Bounds of the outermost rows: open-ended in practice, so the first and last
+// rows extrapolate their slopes beyond the curve.
+constexpr float kSentinel = 131070.0f;
+
+enum class RowTest : uint8_t {
+    ClosedOpen,  // grayLow <= v < grayHigh
+    OpenClosed,  // grayLow < v <= grayHigh
+};
+
+// Raw temperature of the normalised gray value v: the first row, in order,
+// whose test holds; 0.0 when none does.
+inline float segmentLookup(const TempSegment* rows, int count, float v, RowTest test) {
+    for (int i = 0; i < count; ++i) {
+        const TempSegment& r = rows[i];
+        const bool holds = test == RowTest::ClosedOpen ? (r.grayLow <= v && v < r.grayHigh)
+                                                       : (r.grayLow < v && v <= r.grayHigh);
+        if (holds) return (v - r.grayBase) / r.graySlope + r.tempBase;
+    }
+    return 0.0f;
+}
+
+// The row's formula applied whether or not the row holds v.
+inline float segmentTemp(const TempSegment& r, float v) {
+    return (v - r.grayBase) / r.graySlope + r.tempBase;
+}
+
+}  // namespace kalviro

@@ -1,0 +1,101 @@
+// The Direct CalTypes, one row each: structure by tempRange (grid, body
+// drift, shift, drift counts, join, what warmShift receives) and the tail
+// (row test of tempRange 2, emissivity, air, boost, result form). Rows follow
+// the catalogue's order; the hand-written oddities are named in the enums.
+#pragma once
+
+#include "direct/recipe.hpp"
+
+namespace kalviro::direct {
+namespace recipe_words {
+
+inline constexpr bool latch = true;
+inline constexpr bool keep = false;
+inline constexpr bool computed = true;
+inline constexpr bool read = false;
+inline constexpr bool boost = true;
+inline constexpr bool noBoost = false;
+
+using G = GridId;
+using S = Steps;
+using B = Body;
+using H = Shift;
+using D = Drift;
+using J = Join;
+using E = Emissivity;
+using A = Air;
+using R = Result;
+inline constexpr RowTest co = RowTest::ClosedOpen;
+inline constexpr RowTest oc = RowTest::OpenClosed;
+
+// Branches shared by several members.
+inline constexpr Branch k20Range2{G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::Plain, J::Float, Store::Zero, latch};
+inline constexpr Branch k20Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep};
+inline constexpr Branch k20Range4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::Int, Store::Shift, keep};
+inline constexpr Branch k21Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep};
+inline constexpr Branch k21Range4{G::GridHigh7, S::Plain, B::BinsHigh21, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep};
+inline constexpr Branch k57Range2{G::Grid45, S::Plain, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch};
+inline constexpr Branch k57Range3{G::GridMid7, S::Plain, B::Mid45Bins, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep};
+inline constexpr Branch k57Range4{G::GridHigh7, S::Plain, B::Slope45, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep};
+inline constexpr Branch kWideRange3{G::GridMid7Wide, S::Stepped, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Store::Shift, keep};
+inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::BothInt, Store::Shift, keep};
+inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::Exact, Store::Shift, latch};
+inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Store::Shift, keep};
+
+inline constexpr EarlyFn ee = engineEarly;
+inline constexpr RealtimeFn er = engineRealtime;
+
+// clang-format off
+inline constexpr Recipe kRecipes[] = {
+    // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
+    {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths, ee, er},
+    {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Store::Shift, keep},
+                   k20Range3, k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths, ee, er},
+    {23, computed, k20Range2, {G::GridHigh12, S::High12, B::Mid25, H::ClockHigh, D::Quad4, J::Int, Store::Shift, keep},
+                   k20Range4, co, E::Table, A::NeutralC1, boost, R::Hundredths, ee, er},
+    {24, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {25, computed, {G::GridDegree11, S::Plain, B::Degree11, H::Degree11, D::Plain, J::Float, Store::Shift, latch},
+                   {G::GridMid7, S::Stepped, B::Mid25Ext, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep},
+                   k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths, ee, er},
+    {26, computed, {G::Grid25, S::Plain, B::Bins25, H::Clock3000, D::TimesB4, J::Float, Store::Shift, latch},
+                   k20Range3, k20Range4, co, E::Table, A::C2, boost, R::Hundredths, ee, er},
+    {27, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {50, read, {G::GridFine45, S::Plain, B::BinsFine50, H::LensShort, D::Plain, J::Exact, Store::Shift, latch},
+               {G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::ExactIntDrift, Store::Shift, keep},
+               kLongRange4, oc, E::Table, A::C1, noBoost, R::LongPlain, ee, er},
+    {51, read, {G::GridFine45, S::Plain, B::BinsFine, H::Lens6, D::Plain, J::Exact, Store::Shift, latch},
+               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+    {52, read, {G::GridDegree12, S::Plain, B::Degree12, H::Lens6Ext, D::Plain, J::Exact, Store::Shift, latch},
+               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+    {54, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+    {55, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+    {56, computed, {G::GridFine45, S::Plain, B::BinsFine, H::Clock56, D::GrayFactor56, J::Float, Store::Zero, latch},
+                   {G::Grid45Ext, S::Ext45, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
+                   k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {57, computed, k57Range2, k57Range3, k57Range4, oc, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
+                   {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep},
+                   k20Range4, oc, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
+    {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep},
+                   co, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
+    {90, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths, ee, er},
+    {100, computed, {G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::TimesB4To5000, J::Float, Store::Zero, latch},
+                    k20Range3, k20Range4, co, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
+    {110, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow, ee, er},
+    {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow, ee, er},
+};
+// clang-format on
+
+}  // namespace recipe_words
+
+constexpr const Recipe* recipeFor(int32_t calType) {
+    using recipe_words::kRecipes;
+    for (const Recipe& r : kRecipes) {
+        if (r.calType == calType) return &r;
+    }
+    return nullptr;
+}
+
+}  // namespace kalviro::direct

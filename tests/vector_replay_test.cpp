@@ -1,0 +1,251 @@
+// Replays the reference vectors bit for bit. Each sequence starts from
+// freshly loaded statics: a new Camera, or a forked child for the C entries.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "kalviro.h"
+#include "kalviro.hpp"
+
+namespace {
+
+struct Sequence {
+    std::string file;
+    int calType = 0;
+    int index = 0;
+    std::vector<std::pair<int, std::string>> lines;  // line number, text
+};
+
+std::vector<Sequence> loadSequences() {
+    std::vector<Sequence> all;
+    for (const char* name : {"direct_a.txt", "direct_b.txt"}) {
+        std::ifstream in(std::string(KALVIRO_VECTOR_DIR) + "/" + name);
+        std::string line;
+        int number = 0;
+        while (std::getline(in, line)) {
+            ++number;
+            if (line.empty() || line[0] == '#') continue;
+            if (line.rfind("SEQ ", 0) == 0) {
+                Sequence s;
+                s.file = name;
+                std::istringstream(line.substr(4)) >> s.calType >> s.index;
+                all.push_back(s);
+            } else if (!all.empty()) {
+                all.back().lines.emplace_back(number, line);
+            }
+        }
+    }
+    return all;
+}
+
+uint32_t hex32(const std::string& s) { return static_cast<uint32_t>(std::stoul(s, nullptr, 16)); }
+uint64_t hex64(const std::string& s) { return std::stoull(s, nullptr, 16); }
+
+float asFloat(uint32_t bits) {
+    float f;
+    std::memcpy(&f, &bits, sizeof f);
+    return f;
+}
+
+uint32_t bitsOf(float f) {
+    uint32_t b;
+    std::memcpy(&b, &f, sizeof b);
+    return b;
+}
+
+uint64_t bitsOf(double d) {
+    uint64_t b;
+    std::memcpy(&b, &d, sizeof b);
+    return b;
+}
+
+std::vector<uint8_t> hexBytes(const std::string& s) {
+    std::vector<uint8_t> out(s.size() / 2);
+    for (size_t i = 0; i < out.size(); ++i) out[i] = static_cast<uint8_t>(std::stoul(s.substr(2 * i, 2), nullptr, 16));
+    return out;
+}
+
+// The conversion under test: a Camera, or the process-wide C entries.
+struct Target {
+    virtual ~Target() = default;
+    virtual float init(int32_t g, TempFrameInfo* b, float e, float d) = 0;
+    virtual float once(int32_t g, TempFrameInfo* b, float e, float d) = 0;
+    virtual float real(int32_t g, TempFrameInfo* b, float e, float d) = 0;
+    virtual double getIT(TempFrameInfo* b) = 0;
+    virtual int32_t para(TempFrameInfo* b, TempPara* p) = 0;
+    virtual int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t target,
+                              float e) = 0;
+};
+
+struct CameraTarget : Target {
+    kalviro::Camera cam;
+    explicit CameraTarget(int calType) : cam(calType) {}
+    float init(int32_t g, TempFrameInfo* b, float e, float d) override { return cam.init(g, b, e, d); }
+    float once(int32_t g, TempFrameInfo* b, float e, float d) override { return cam.once(g, b, e, d); }
+    float real(int32_t g, TempFrameInfo* b, float e, float d) override { return cam.real(g, b, e, d); }
+    double getIT(TempFrameInfo* b) override { return cam.getIT(b); }
+    int32_t para(TempFrameInfo* b, TempPara* p) override { return cam.getTempPara(b, p); }
+    int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t target,
+                      float e) override {
+        return cam.temp2gray(b, t0, t1, g0, g1, target, e);
+    }
+};
+
+struct CTarget : Target {
+    int calType;
+    explicit CTarget(int c) : calType(c) {}
+    float init(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Init(calType, g, b, e, d); }
+    float once(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Once(calType, g, b, e, d); }
+    float real(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Real(calType, g, b, e, d); }
+    double getIT(TempFrameInfo* b) override { return KALVIRO_GetIT(calType, b); }
+    int32_t para(TempFrameInfo* b, TempPara* p) override { return KALVIRO_GetTempPara(calType, b, p); }
+    int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t target,
+                      float e) override {
+        return KALVIRO_Temp2Gray(KALVIRO_Gray2Temp_Real_GET(calType), b, t0, t1, g0, g1, target, e);
+    }
+};
+
+// Runs one sequence; returns the mismatches, one line each.
+std::vector<std::string> replay(const Sequence& seq, Target& t) {
+    std::vector<std::string> bad;
+    // One spare byte in front: the block sits at an odd address, as at the end
+    // of a frame whose size is not a multiple of 4.
+    std::vector<uint8_t> buffer(513);
+    uint8_t* raw = buffer.data() + 1;
+    auto* block = reinterpret_cast<TempFrameInfo*>(raw);
+    std::vector<uint8_t> beforeFrame;
+    auto fail = [&](int line, const std::string& what) {
+        bad.push_back(seq.file + ":" + std::to_string(line) + ": " + what);
+    };
+
+    for (const auto& [number, text] : seq.lines) {
+        std::istringstream in(text);
+        std::string kind;
+        in >> kind;
+        if (kind == "FRAME") {
+            std::string hex;
+            in >> hex;
+            const auto bytes = hexBytes(hex);
+            std::memcpy(raw, bytes.data(), 512);
+        } else if (kind == "INIT" || kind == "ONCE" || kind == "REAL") {
+            int32_t gray;
+            std::string e, d, r;
+            in >> gray >> e >> d >> r;
+            if (kind != "REAL") beforeFrame.assign(raw, raw + 512);
+            const float em = asFloat(hex32(e));
+            const float di = asFloat(hex32(d));
+            const float got = kind == "INIT" ? t.init(gray, block, em, di)
+                              : kind == "ONCE" ? t.once(gray, block, em, di)
+                                               : t.real(gray, block, em, di);
+            if (bitsOf(got) != hex32(r)) {
+                char msg[160];
+                std::snprintf(msg, sizeof msg, "%s %d: got %08x (%.9g), want %s (%.9g)", kind.c_str(), gray,
+                              bitsOf(got), static_cast<double>(got), r.c_str(),
+                              static_cast<double>(asFloat(hex32(r))));
+                fail(number, msg);
+            }
+        } else if (kind == "WRITES") {
+            std::vector<uint8_t> expect = beforeFrame;
+            std::string word;
+            while (in >> word) {
+                const uint32_t off = hex32(word.substr(0, word.find(':')));
+                const uint32_t v = hex32(word.substr(word.find(':') + 1));
+                for (int i = 0; i < 4; ++i) expect[off + i] = static_cast<uint8_t>(v >> (8 * i));
+            }
+            for (int off = 0; off < 512; off += 4) {
+                if (std::memcmp(expect.data() + off, raw + off, 4) != 0) {
+                    uint32_t got, want;
+                    std::memcpy(&got, raw + off, 4);
+                    std::memcpy(&want, expect.data() + off, 4);
+                    char msg[96];
+                    std::snprintf(msg, sizeof msg, "WRITES at 0x%03x: got %08x, want %08x", off, got, want);
+                    fail(number, msg);
+                }
+            }
+        } else if (kind == "GETIT") {
+            std::string v;
+            in >> v;
+            const double got = t.getIT(block);
+            if (bitsOf(got) != hex64(v)) {
+                char msg[128];
+                std::snprintf(msg, sizeof msg, "GETIT: got %016llx (%.17g), want %s", static_cast<unsigned long long>(bitsOf(got)), got, v.c_str());
+                fail(number, msg);
+            }
+        } else if (kind == "PARA") {
+            std::string hex;
+            in >> hex;
+            std::vector<uint8_t> want = hexBytes(hex);
+            want.resize(sizeof(TempPara), 0);
+            TempPara para;
+            std::memset(&para, 0xa5, sizeof para);
+            t.para(block, &para);
+            if (std::memcmp(&para, want.data(), sizeof para) != 0) fail(number, "PARA differs");
+        } else if (kind == "T2G") {
+            int32_t t0, t1, g0, g1, target, want;
+            std::string e;
+            in >> t0 >> t1 >> g0 >> g1 >> target >> e >> want;
+            const int32_t got = t.temp2gray(block, t0, t1, g0, g1, target, asFloat(hex32(e)));
+            if (got != want) fail(number, "T2G: got " + std::to_string(got) + ", want " + std::to_string(want));
+        }
+    }
+    return bad;
+}
+
+const std::vector<Sequence>& sequences() {
+    static const std::vector<Sequence> all = loadSequences();
+    return all;
+}
+
+std::vector<int> sequenceIndices() {
+    std::vector<int> idx(sequences().size());
+    for (size_t i = 0; i < idx.size(); ++i) idx[i] = static_cast<int>(i);
+    return idx;
+}
+
+std::string report(const std::vector<std::string>& bad) {
+    std::string out;
+    for (size_t i = 0; i < bad.size() && i < 12; ++i) out += bad[i] + "\n";
+    if (bad.size() > 12) out += "... " + std::to_string(bad.size() - 12) + " more\n";
+    return out;
+}
+
+class ReferenceVectors : public ::testing::TestWithParam<int> {};
+
+TEST_P(ReferenceVectors, ReplayOnOwnCamera) {
+    const Sequence& seq = sequences()[static_cast<size_t>(GetParam())];
+    CameraTarget target(seq.calType);
+    if (!target.cam.valid()) GTEST_SKIP() << "CalType " << seq.calType << " does not convert yet";
+    const auto bad = replay(seq, target);
+    EXPECT_TRUE(bad.empty()) << report(bad);
+}
+
+// The C entries keep one set of statics per process: replay in a child.
+TEST_P(ReferenceVectors, ReplayThroughCEntries) {
+    const Sequence& seq = sequences()[static_cast<size_t>(GetParam())];
+    if (seq.index != 0) GTEST_SKIP() << "the C path is replayed on the first sequence of each CalType";
+    if (!KALVIRO_IsAlgSurport(seq.calType)) GTEST_SKIP() << "CalType " << seq.calType << " does not convert yet";
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        CTarget target(seq.calType);
+        _exit(replay(seq, target).empty() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ReferenceVectors, ::testing::ValuesIn(sequenceIndices()),
+                         [](const ::testing::TestParamInfo<int>& p) {
+                             const Sequence& s = sequences()[static_cast<size_t>(p.param)];
+                             return "CalType" + std::to_string(s.calType) + "_Seq" + std::to_string(s.index);
+                         });
+
+}  // namespace
