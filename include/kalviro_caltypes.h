@@ -9,7 +9,7 @@
 #define KALVIRO_CALTYPES_H
 
 #define KALVIRO_CALTYPES(X) \
-    X(12, BASE, 0, 0)       \
+    X(12, BASE, 0, 1)       \
     X(20, BASE, 1, 1)       \
     X(21, BASE, 1, 1)       \
     X(22, BASE, 0, 1)       \
@@ -26,7 +26,7 @@
     X(56, BASE, 1, 1)       \
     X(57, BASE, 1, 1)       \
     X(58, BASE, 1, 1)       \
-    X(60, BASE, 0, 0)       \
+    X(60, BASE, 0, 1)       \
     X(61, BASE, 0, 0)       \
     X(62, BASE, 0, 0)       \
     X(70, BASE, 1, 1)       \

@@ -1,5 +1,6 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
+#include "direct/recipe.hpp"
 #include "kalviro.h"
 
 namespace {
@@ -65,3 +66,38 @@ const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
 const int32_t kalviro_table_size = static_cast<int32_t>(sizeof kalviro_table / sizeof kalviro_table[0]);
 
 }  // extern "C"
+
+// The stages of 12 and 60 are exported on their own, in hundredths.
+namespace {
+template <int32_t NN>
+int32_t oldEarly(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    constexpr int index = kalviro::listIndex(NN);
+    if (block == nullptr) return 0;
+    const kalviro::direct::Recipe& r = *kalviro::moduleAt(index).recipe;
+    return kalviro::direct::early12(r, kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
+                                    distance);
+}
+template <int32_t NN>
+int32_t oldRealtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    constexpr int index = kalviro::listIndex(NN);
+    if (block == nullptr) return 0;
+    const kalviro::direct::Recipe& r = *kalviro::moduleAt(index).recipe;
+    return kalviro::direct::realtime12Hundredths(r, kalviro::processState(index), kalviro::bytes(block), gray,
+                                                 emissivity, distance);
+}
+}  // namespace
+
+extern "C" {
+int32_t Gray2TempEx12_early_init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    return oldEarly<12>(gray, block, emissivity, distance);
+}
+int32_t Gray2TempEx12_realtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    return oldRealtime<12>(gray, block, emissivity, distance);
+}
+int32_t Gray2TempEx60_early_init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    return oldEarly<60>(gray, block, emissivity, distance);
+}
+int32_t Gray2TempEx60_realtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    return oldRealtime<60>(gray, block, emissivity, distance);
+}
+}

@@ -19,6 +19,8 @@ int32_t shutterDriftCounts(const uint8_t* block) {
     return toInt(static_cast<double>(quad) / 10000.0 + static_cast<double>(lin) / 100.0);
 }
 
+}  // namespace
+
 int32_t normalisedGray(const uint8_t* block, int32_t gray) {
     return wrapAdd(wrapSub(gray, get(block, field::grayRef)), get(block, field::grayBias));
 }
@@ -40,6 +42,8 @@ FrameCtx frameCtx(const uint8_t* block, float gf) {
     c.upTime = get(block, field::upTime);
     return c;
 }
+
+namespace {
 
 float lookupValue(Join join, float constD, const CalState& st, const FrameCtx& c) {
     switch (join) {

@@ -143,9 +143,20 @@ struct FrameCtx {
     int32_t upTime;
 };
 
+// gray - grayRef + grayBias, wrapping.
+int32_t normalisedGray(const uint8_t* block, int32_t gray);
+FrameCtx frameCtx(const uint8_t* block, float gf);
+
 float bodyDrift(Body form, const FrameCtx& ctx);
 float warmShift(Shift form, const FrameCtx& ctx, CalState& st);
 float driftCounts(Drift form, int32_t drift, const FrameCtx& ctx);
+
+// The older four-range frame of CalTypes 12 and 60 (caltypes_12_60.cpp).
+int32_t early12(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
+float realtime12(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
+                 float distance);
+int32_t realtime12Hundredths(const Recipe&, const CalState&, const uint8_t* block, int32_t gray,
+                             float emissivity, float distance);
 
 int32_t engineEarly(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
 float engineRealtime(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,

@@ -45,9 +45,14 @@ inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::C
 inline constexpr EarlyFn ee = engineEarly;
 inline constexpr RealtimeFn er = engineRealtime;
 
+// 12 and 60 run stages of their own over four ranges (caltypes_12_60.cpp);
+// of their row only the emissivity and the result form are read.
+inline constexpr Branch kOwnStages{G::GridLow25, S::Plain, B::Bins25, H::ClockPlain, D::Plain, J::Int, Store::Zero, keep};
+
 // clang-format off
 inline constexpr Recipe kRecipes[] = {
     // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
+    {12, read, kOwnStages, kOwnStages, kOwnStages, oc, E::Table, A::C1, noBoost, R::Hundredths, early12, realtime12},
     {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
     {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths, ee, er},
     {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Store::Shift, keep},
@@ -77,6 +82,7 @@ inline constexpr Recipe kRecipes[] = {
     {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
                    {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep},
                    k20Range4, oc, E::Table, A::C1, boost, R::Hundredths, ee, er},
+    {60, read, kOwnStages, kOwnStages, kOwnStages, oc, E::Polynomial, A::C1, noBoost, R::Hundredths, early12, realtime12},
     {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
     {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep},
                    co, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
