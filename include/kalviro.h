@@ -184,6 +184,24 @@ KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int3
                                       int32_t tempMax, int32_t grayMin, int32_t grayMax,
                                       int32_t target, float emissivity);
 
+/* Whole-frame conversion. A 16-bit frame holds at most 65536 distinct gray
+ * values and, for one emissivity, the per-pixel result depends on nothing
+ * else, so each distinct value is converted once and then looked up. The
+ * results are those of calling fn on every pixel, bit for bit. The table is
+ * the caller's (about 512 KiB, kept between frames; zero it once before first
+ * use); nothing is allocated. fn is a per-pixel function, e.g. from
+ * KALVIRO_Gray2Temp_Real_GET, and the CalType's per-frame call must have run
+ * for this block. Returns 0, or -1 for a null argument. */
+typedef struct KalviroFrameTable {
+    float temp[65536];
+    uint32_t stamp[65536];
+    uint32_t generation;
+} KalviroFrameTable;
+
+KALVIRO_API int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo *block, const uint16_t *pixels,
+                                          uint64_t count, float emissivity, float distance, float *out,
+                                          KalviroFrameTable *table);
+
 /* The library's own exponential: base truncated to 2.718281, series to the
  * ninth power. Not interchangeable with exp. */
 KALVIRO_API double myexp(double x);

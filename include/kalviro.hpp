@@ -71,6 +71,11 @@ public:
     int32_t temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t tempMax, int32_t grayMin,
                       int32_t grayMax, int32_t target, float emissivity) const noexcept;
 
+    // The per-pixel call on a whole frame, each distinct gray value converted
+    // once through the caller's table; bit for bit what real() gives.
+    void realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
+                   float distance, float* out, KalviroFrameTable& table) const noexcept;
+
 private:
     int32_t calType_;
     const Module* module_;

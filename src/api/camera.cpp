@@ -1,4 +1,5 @@
 #include "api/module.hpp"
+#include "api/frame_table.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.hpp"
 
@@ -34,6 +35,15 @@ int32_t Camera::temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t t
                           int32_t grayMax, int32_t target, float emissivity) const noexcept {
     return kalviro::temp2gray([&](int32_t g) { return real(g, block, emissivity, 0.0f); }, tempMin, tempMax,
                               grayMin, grayMax, target);
+}
+
+}  // namespace kalviro
+
+namespace kalviro {
+
+void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
+                       float distance, float* out, KalviroFrameTable& table) const noexcept {
+    convertFrame([&](int32_t g) { return real(g, block, emissivity, distance); }, pixels, count, out, table);
 }
 
 }  // namespace kalviro

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "api/module.hpp"
+#include "api/frame_table.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.h"
 
@@ -109,3 +110,14 @@ int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin,
 }
 
 }  // extern "C"
+
+extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
+                                         uint64_t count, float emissivity, float distance, float* out,
+                                         KalviroFrameTable* table) {
+    if (fn == nullptr || block == nullptr || table == nullptr || (count != 0 && (pixels == nullptr || out == nullptr))) {
+        return -1;
+    }
+    kalviro::convertFrame([&](int32_t g) { return fn(g, block, emissivity, distance); }, pixels, count, out,
+                          *table);
+    return 0;
+}
