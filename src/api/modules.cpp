@@ -40,14 +40,6 @@ constexpr auto makeModules(std::integer_sequence<int, I...>) {
 
 constexpr auto kModules = makeModules(std::make_integer_sequence<int, KALVIRO_CALTYPE_COUNT>{});
 
-// A CalType the list marks as converting must have its recipe.
-constexpr bool everyConverterHasARecipe() {
-    for (int i = 0; i < KALVIRO_CALTYPE_COUNT; ++i) {
-        if (kConverts[i] && kModules[i].recipe == nullptr) return false;
-    }
-    return true;
-}
-static_assert(everyConverterHasARecipe(), "a converting CalType lacks its recipe");
 
 // Constant-initialised: the statics exist before any constructor runs.
 CalState gStates[] = {
