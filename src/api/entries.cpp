@@ -30,7 +30,8 @@ int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t* frame, uint64_t frame
     }
     if (image) *image = frame;
     if (imageSize) *imageSize = frameSize - 512;
-    if (info) *info = frame + (frameSize - 512);
+    // Integer arithmetic: a null frame must not become pointer arithmetic on null.
+    if (info) *info = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(frame) + (frameSize - 512));
     if (findEntry(calType) == nullptr) {
         std::puts("CalType error");
         return -1;

@@ -152,13 +152,8 @@ float timesGain(float C, Gain gn, const float* b) {
     return gn.kind == GainKind::None ? C : C * gainValue(gn, b);
 }
 
-// driftGain * 0.2 + 0.8, in double.
-double gainG(const FrameCtx& c) {
-    return static_cast<double>(get(c.block, field::driftGain)) * 0.2 + 0.8;
-}
-
 float withG(float term, const FrameCtx& c) {
-    return static_cast<float>(static_cast<double>(term) * gainG(c));
+    return static_cast<float>(static_cast<double>(term) * driftGainG(c));
 }
 
 float bins25(const FrameCtx& c) {
@@ -197,36 +192,9 @@ float binsHigh21(const FrameCtx& c) {
     return static_cast<float>(static_cast<double>(t) * (dgd - 1.3));
 }
 
-// CalType 22 reads none of the block's gains: 0.44 and 0.54 stand for them.
-// Hot pixels on a cold body take less of the drift, so const_b depends on the
-// gray value of the call.
-float lens22(const FrameCtx& c) {
-    const float mb = c.mb;
-    const float* s = c.slope;
-    const float* g = c.g;
-    float cb;
-    if (mb < 0.0f) {
-        cb = static_cast<float>(static_cast<double>((0.0f - mb) * s[0] - g[1]) * 0.44);
-    } else if (mb < 15.0f) {
-        cb = static_cast<float>(static_cast<double>((15.0f - mb) * s[1] - g[2]) * 0.54);
-    } else if (mb < 25.0f) {
-        cb = (25.0f - mb) * s[2];
-    } else if (mb < 35.0f) {
-        cb = static_cast<float>(gainG(c) * static_cast<double>((25.0f - mb) * s[3]));
-    } else if (mb < 50.0f) {
-        cb = static_cast<float>(gainG(c) * static_cast<double>((35.0f - mb) * s[4] - g[3]));
-    } else {
-        cb = static_cast<float>(gainG(c) * static_cast<double>((50.0f - mb) * s[5] - g[4]));
-    }
-    if (mb < 25.0f && c.gf > g[5]) {
-        cb = static_cast<float>(static_cast<double>(cb) *
-                                (1.0 - (static_cast<double>(c.gf - g[5]) * 0.7) /
-                                           static_cast<double>(g[9] - g[5])));
-    }
-    return cb;
-}
-
 }  // namespace
+
+double driftGainG(const FrameCtx& c) { return static_cast<double>(get(c.block, field::driftGain)) * 0.2 + 0.8; }
 
 float bodyDrift(Body form, const FrameCtx& c) {
     const float k = (c.g[0] / 155.0f) * 0.5f;
@@ -266,13 +234,13 @@ float bodyDrift(Body form, const FrameCtx& c) {
             const Row50& row = kBins50[binOf(kBins50, c.mb)];
             const float C = curveTerm(row.a, row.p, row.r, c);
             if (!row.withG) return C * c.b[row.b];
-            return static_cast<float>(static_cast<double>(c.b[row.b]) * (gainG(c) * static_cast<double>(C)));
+            return static_cast<float>(static_cast<double>(c.b[row.b]) * (driftGainG(c) * static_cast<double>(C)));
         }
         case Body::Mid45Bins: {
             const RowMid45& row = kMid45Bins[binOf(kMid45Bins, c.mb)];
             return timesGain((45.0f - c.mb) * k, row.gain, c.b);
         }
-        case Body::Lens22: return lens22(c);
+        case Body::Lens22: return bodyDrift22(c);
     }
     return 0.0f;
 }

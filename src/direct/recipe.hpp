@@ -143,9 +143,17 @@ struct FrameCtx {
     int32_t upTime;
 };
 
+// The gain driftGain * 0.2 + 0.8, in double, of the upper body-drift bins.
+double driftGainG(const FrameCtx& ctx);
+
 // gray - grayRef + grayBias, wrapping.
 int32_t normalisedGray(const uint8_t* block, int32_t gray);
 FrameCtx frameCtx(const uint8_t* block, float gf);
+
+// CalType 22's own stages in tempRange 2 (caltype22.cpp).
+float bodyDrift22(const FrameCtx& ctx);
+float warmShift22(const FrameCtx& ctx, CalState& st);
+float driftGain22(int32_t drift, const FrameCtx& ctx);
 
 float bodyDrift(Body form, const FrameCtx& ctx);
 float warmShift(Shift form, const FrameCtx& ctx, CalState& st);
