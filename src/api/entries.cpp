@@ -31,7 +31,7 @@ int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t* frame, uint64_t frame
     if (image) *image = frame;
     if (imageSize) *imageSize = frameSize - 512;
     // Integer arithmetic: a null frame must not become pointer arithmetic on null.
-    if (info) *info = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(frame) + (frameSize - 512));
+    if (info) *info = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(frame) + static_cast<uintptr_t>(frameSize - 512));
     if (findEntry(calType) == nullptr) {
         std::puts("CalType error");
         return -1;
