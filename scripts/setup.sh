@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Installs what building and testing kalviro needs on a Debian machine, and
+# nothing that is already there: apt-get runs only when a package is missing.
+set -euo pipefail
+
+packages=(
+    build-essential
+    cmake
+    ninja-build
+    pkg-config
+    googletest
+    libgtest-dev
+    libgmock-dev
+    libbenchmark-dev
+    clang-format
+)
+
+if ! command -v dpkg-query >/dev/null 2>&1; then
+    echo "setup: not a Debian system; install these yourself: ${packages[*]}" >&2
+    exit 0
+fi
+
+missing=()
+for p in "${packages[@]}"; do
+    status="$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null || true)"
+    if [ "$status" != "install ok installed" ]; then
+        missing+=("$p")
+    fi
+done
+
+if [ "${#missing[@]}" -eq 0 ]; then
+    echo "setup: all build packages present"
+    exit 0
+fi
+
+if [ "$(id -u)" -eq 0 ]; then
+    as_root=()
+elif command -v sudo >/dev/null 2>&1; then
+    as_root=(sudo)
+else
+    echo "setup: missing ${missing[*]}, and neither root nor sudo to install them" >&2
+    exit 1
+fi
+
+echo "setup: installing ${missing[*]}"
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"

@@ -1,0 +1,95 @@
+/* The road of a frame in plain C99, against the installed library: split a
+ * frame buffer, one per-frame call, then every pixel through the per-pixel
+ * pointer. Exits 0 only when every number is the one the baseline block
+ * gives. */
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <kalviro.h>
+
+#include "sample_block.h"
+
+#define WIDTH 640
+#define HEIGHT 2
+#define FRAME_SIZE (WIDTH * HEIGHT * 2 + 512)
+#define GRAY 1000
+
+static int failures = 0;
+
+static void check(int ok, const char *what) {
+    if (!ok) {
+        fprintf(stderr, "FAIL: %s\n", what);
+        ++failures;
+    }
+}
+
+int main(void) {
+    uint8_t *frame = (uint8_t *)malloc(FRAME_SIZE);
+    uint8_t *image = NULL;
+    uint8_t *info = NULL;
+    uint64_t imageSize = 0;
+    uint64_t infoSize = 0;
+    TempFrameInfo *block;
+    Gray2TempFn real;
+    char version[22];
+    char minute[9];
+    size_t i;
+    int wrong = 0;
+    float perFrame;
+
+    if (frame == NULL) return 2;
+    for (i = 0; i < (size_t)WIDTH * HEIGHT; ++i) {
+        frame[2 * i] = (uint8_t)(GRAY & 0xff);
+        frame[2 * i + 1] = (uint8_t)(GRAY >> 8);
+    }
+    fill_worked_block(frame + FRAME_SIZE - 512);
+
+    check(Temperature_GetFrameInfo(21, frame, FRAME_SIZE, &image, &imageSize, &info, &infoSize) == 0,
+          "Temperature_GetFrameInfo accepts the frame");
+    check(image == frame, "image starts the frame");
+    check(imageSize == FRAME_SIZE - 512, "imageSize is the frame less the block");
+    check(info == frame + FRAME_SIZE - 512, "the block is the last 512 bytes");
+    check(infoSize == 512, "infoSize is 512");
+    if (info == NULL) return 1;
+    block = (TempFrameInfo *)(void *)info;
+
+    check(KALVIRO_IsAlgSurport(21) == 1, "CalType 21 converts");
+    check(KALVIRO_IsAlgSurport(53) == 0, "there is no CalType 53");
+
+    perFrame = KALVIRO_Gray2Temp_Init(21, GRAY, block, 0.95f, 0.0f);
+    printf("per-frame %.2f\n", (double)perFrame);
+    check(perFrame == 53.92f, "per-frame call gives 53.92");
+    check(get_i32(info, offsetof(TempFrameInfo, shutterDrift)) == 2, "per-frame call writes shutterDrift 2");
+    check(get_i32(info, offsetof(TempFrameInfo, atmA)) == 4, "per-frame call writes atmA 4");
+    check(get_i32(info, offsetof(TempFrameInfo, atmB)) == 167, "per-frame call writes atmB 167");
+
+    real = KALVIRO_Gray2Temp_Real_GET(21);
+    check(real != NULL, "KALVIRO_Gray2Temp_Real_GET(21) gives a function");
+    if (real == NULL) return 1;
+    for (i = 0; i < imageSize / 2; ++i) {
+        int32_t gray = (int32_t)(image[2 * i] | image[2 * i + 1] << 8);
+        if (real(gray, block, 0.95f, 0.0f) != 53.88f) ++wrong;
+    }
+    printf("per-pixel %.2f, %d of %d pixels off\n", (double)real(GRAY, block, 0.95f, 0.0f), wrong,
+           WIDTH * HEIGHT);
+    check(wrong == 0, "every pixel gives 53.88");
+    check(KALVIRO_Gray2Temp_Real(21, GRAY, block, 0.95f, 0.0f) == 53.88f, "KALVIRO_Gray2Temp_Real agrees");
+    check(KALVIRO_Gray2Temp_Real_GET(53) == NULL, "no pointer for an unknown CalType");
+
+    KALVIRO_GetVersion(version);
+    KALVIRO_GetVersionMinute(minute);
+    printf("version %s %s", minute, version);
+    check(strcmp(minute, "V_0.0.29") == 0, "version minute is V_0.0.29");
+    check(strcmp(version, "Sep  1 2019 20:07:03\n") == 0, "build stamp");
+
+    free(frame);
+    if (failures != 0) {
+        fprintf(stderr, "%d checks failed\n", failures);
+        return 1;
+    }
+    puts("consumer ok");
+    return 0;
+}
