@@ -1,10 +1,12 @@
 // Speed of the road of a frame through the C entries: a whole 640x512 frame
 // per pixel through the pointer from KALVIRO_Gray2Temp_Real_GET, the same
-// through the dispatching entry, the per-frame call, and the inverse search.
+// through kalviro_convert_frame and through the dispatching entry, the
+// per-frame call, and the inverse search.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "kalviro.h"
@@ -71,6 +73,28 @@ void BM_FramePerPixel(benchmark::State& state) {
     state.SetLabel(label(calType));
 }
 BENCHMARK(BM_FramePerPixel)->Arg(21)->Arg(20)->Arg(54)->Unit(benchmark::kMillisecond);
+
+// The same frame through kalviro_convert_frame: each distinct gray converted
+// once, kept in the caller's table between frames.
+void BM_FrameTable(benchmark::State& state) {
+    const auto calType = static_cast<int32_t>(state.range(0));
+    BenchBlock block(calType);
+    const std::vector<int32_t>& grays = frameGrays();
+    std::vector<uint16_t> pixels(grays.begin(), grays.end());
+    std::vector<float> temps(pixels.size());
+    auto table = std::make_unique<KalviroFrameTable>();  // zeroed
+    KALVIRO_Gray2Temp_Init(calType, grays[grays.size() / 2], block.info(), kEmissivity, 0.0f);
+    const Gray2TempFn real = KALVIRO_Gray2Temp_Real_GET(calType);
+    for (auto _ : state) {
+        kalviro_convert_frame(real, block.info(), pixels.data(), pixels.size(), kEmissivity, 0.0f,
+                              temps.data(), table.get());
+        benchmark::DoNotOptimize(temps.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pixels.size()));
+    state.SetLabel(label(calType));
+}
+BENCHMARK(BM_FrameTable)->Arg(21)->Arg(20)->Arg(54)->Unit(benchmark::kMillisecond);
 
 // The same frame through KALVIRO_Gray2Temp_Real: the table search on every pixel.
 void BM_FrameThroughDispatch(benchmark::State& state) {

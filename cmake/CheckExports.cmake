@@ -30,7 +30,8 @@ set(required
   KALVIRO_Gray2Temp_Init KALVIRO_Gray2Temp_Real KALVIRO_Gray2Temp_Once
   KALVIRO_Gray2Temp_Init_GET KALVIRO_Gray2Temp_Real_GET KALVIRO_GetIT_GET
   KALVIRO_GetIT KALVIRO_GetTempPara KALVIRO_IsAlgSurport
-  KALVIRO_GetVersion KALVIRO_GetVersionMinute KALVIRO_Temp2Gray
+  KALVIRO_GetVersion KALVIRO_GetVersionMinute KALVIRO_Temp2Gray kalviro_convert_frame
+  Gray2TempEx12_early_init Gray2TempEx12_realtime Gray2TempEx60_early_init Gray2TempEx60_realtime
   Gray2Temp_Init_21 Gray2Temp_Real_21 Gray2Temp_Once_21
   GetITValue_21 GetITValue_73 TempPara_get_12 TempPara_get_121 GetTempPara_121
   myexp Esp_Table kalviro_table kalviro_table_size)
