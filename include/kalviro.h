@@ -41,72 +41,72 @@ extern "C" {
  * little-endian, 512 bytes, fixed offsets. It may sit at any byte address;
  * the library reads it byte-wise and never through this struct. */
 typedef struct TempFrameInfo {
-    float grayCurve[12];       /* 0x000 calibration curve, gray */
-    float warmDiffLow;         /* 0x030 warm-up fade limits, deg */
-    float warmDiffHigh;        /* 0x034 */
-    uint8_t reserved038[4];    /* 0x038 */
-    float itRefTemp;           /* 0x03c */
-    float itSlope;             /* 0x040 */
-    float shutterQuad;         /* 0x044 gray per deg^2 */
-    float shutterLin;          /* 0x048 gray per deg */
-    float tempBinGain[15];     /* 0x04c body-drift gain per bin */
-    float grayOffset;          /* 0x088 */
-    uint8_t reserved08c[4];    /* 0x08c */
-    float warmDivisor;         /* 0x090 */
-    float grayCurveExt[2];     /* 0x094 */
-    float driftGain;           /* 0x09c */
-    uint8_t reserved0a0[4];    /* 0x0a0 */
-    float curveBias;           /* 0x0a4 */
-    uint8_t reserved0a8[32];   /* 0x0a8 */
-    float warmGain;            /* 0x0c8 */
-    float shutterCH5;          /* 0x0cc */
-    int32_t tempRange;         /* 0x0d0 */
-    int32_t lensType;          /* 0x0d4 */
-    int32_t upTime;            /* 0x0d8 */
-    int32_t tempCH1;           /* 0x0dc 1/100 deg */
-    int32_t tempCH3;           /* 0x0e0 */
-    int32_t tempCH2;           /* 0x0e4 */
-    int32_t tempCH4;           /* 0x0e8 never read */
-    int32_t tempCH5;           /* 0x0ec */
-    int32_t distance;          /* 0x0f0 1/100 m */
-    int32_t shutterDrift;      /* 0x0f4 written by most CalTypes */
-    int32_t tempGain;          /* 0x0f8 percent */
-    int32_t atmA;              /* 0x0fc written by most CalTypes */
-    int32_t atmB;              /* 0x100 written by most CalTypes */
-    int32_t humidity;          /* 0x104 percent */
-    int32_t tempOffset;        /* 0x108 1/100 deg */
-    int32_t grayBias;          /* 0x10c */
-    int32_t paraA;             /* 0x110 */
-    int32_t paraB;             /* 0x114 */
-    int32_t grayRef;           /* 0x118 */
-    float shutterCH2;          /* 0x11c */
-    float shutterCH3;          /* 0x120 */
-    int32_t driftScale;        /* 0x124 */
-    float warmShift;           /* 0x128 written when warmHold is 0 */
-    int32_t warmHold;          /* 0x12c */
-    int32_t windowTrans;       /* 0x130 */
-    int32_t envTemp;           /* 0x134 long layout: windowTransLong */
-    int32_t bodyTemp;          /* 0x138 long layout: envTempLong */
-    uint8_t reserved13c[8];    /* 0x13c */
-    int32_t driftGainExt;      /* 0x144 */
-    int32_t auxGate;           /* 0x148 */
-    uint8_t reserved14c[60];   /* 0x14c */
-    uint8_t paraBlob[81];      /* 0x188 long layout only */
-    uint8_t reserved1d9[39];   /* 0x1d9 */
+    float grayCurve[12];     /* 0x000 calibration curve, gray */
+    float warmDiffLow;       /* 0x030 warm-up fade limits, deg */
+    float warmDiffHigh;      /* 0x034 */
+    uint8_t reserved038[4];  /* 0x038 */
+    float itRefTemp;         /* 0x03c */
+    float itSlope;           /* 0x040 */
+    float shutterQuad;       /* 0x044 gray per deg^2 */
+    float shutterLin;        /* 0x048 gray per deg */
+    float tempBinGain[15];   /* 0x04c body-drift gain per bin */
+    float grayOffset;        /* 0x088 */
+    uint8_t reserved08c[4];  /* 0x08c */
+    float warmDivisor;       /* 0x090 */
+    float grayCurveExt[2];   /* 0x094 */
+    float driftGain;         /* 0x09c */
+    uint8_t reserved0a0[4];  /* 0x0a0 */
+    float curveBias;         /* 0x0a4 */
+    uint8_t reserved0a8[32]; /* 0x0a8 */
+    float warmGain;          /* 0x0c8 */
+    float shutterCH5;        /* 0x0cc */
+    int32_t tempRange;       /* 0x0d0 */
+    int32_t lensType;        /* 0x0d4 */
+    int32_t upTime;          /* 0x0d8 */
+    int32_t tempCH1;         /* 0x0dc 1/100 deg */
+    int32_t tempCH3;         /* 0x0e0 */
+    int32_t tempCH2;         /* 0x0e4 */
+    int32_t tempCH4;         /* 0x0e8 never read */
+    int32_t tempCH5;         /* 0x0ec */
+    int32_t distance;        /* 0x0f0 1/100 m */
+    int32_t shutterDrift;    /* 0x0f4 written by most CalTypes */
+    int32_t tempGain;        /* 0x0f8 percent */
+    int32_t atmA;            /* 0x0fc written by most CalTypes */
+    int32_t atmB;            /* 0x100 written by most CalTypes */
+    int32_t humidity;        /* 0x104 percent */
+    int32_t tempOffset;      /* 0x108 1/100 deg */
+    int32_t grayBias;        /* 0x10c */
+    int32_t paraA;           /* 0x110 */
+    int32_t paraB;           /* 0x114 */
+    int32_t grayRef;         /* 0x118 */
+    float shutterCH2;        /* 0x11c */
+    float shutterCH3;        /* 0x120 */
+    int32_t driftScale;      /* 0x124 */
+    float warmShift;         /* 0x128 written when warmHold is 0 */
+    int32_t warmHold;        /* 0x12c */
+    int32_t windowTrans;     /* 0x130 */
+    int32_t envTemp;         /* 0x134 long layout: windowTransLong */
+    int32_t bodyTemp;        /* 0x138 long layout: envTempLong */
+    uint8_t reserved13c[8];  /* 0x13c */
+    int32_t driftGainExt;    /* 0x144 */
+    int32_t auxGate;         /* 0x148 */
+    uint8_t reserved14c[60]; /* 0x14c */
+    uint8_t paraBlob[81];    /* 0x188 long layout only */
+    uint8_t reserved1d9[39]; /* 0x1d9 */
 } TempFrameInfo;
 
 /* Block fields handed back by KALVIRO_GetTempPara. Short form (base layout):
  * envTemp from 0x134, paraBlob zero. Long form: envTemp from 0x138 and
  * paraBlob from 0x188. */
 typedef struct TempPara {
-    int32_t lensType;       /* 0x00 */
-    int32_t paraA;          /* 0x04 */
-    int32_t paraB;          /* 0x08 */
-    int32_t distance;       /* 0x0c */
-    int32_t humidity;       /* 0x10 */
-    int32_t envTemp;        /* 0x14 */
-    uint8_t paraBlob[81];   /* 0x18 */
-    uint8_t zero[323];      /* 0x69 never set */
+    int32_t lensType;     /* 0x00 */
+    int32_t paraA;        /* 0x04 */
+    int32_t paraB;        /* 0x08 */
+    int32_t distance;     /* 0x0c */
+    int32_t humidity;     /* 0x10 */
+    int32_t envTemp;      /* 0x14 */
+    uint8_t paraBlob[81]; /* 0x18 */
+    uint8_t zero[323];    /* 0x69 never set */
 } TempPara;
 
 /* One row of the segment table: gray bounds, anchor and slope. */
@@ -120,8 +120,7 @@ typedef struct TempSegment {
 
 /* (gray, block, emissivity 0..1, distance in metres; the block's distance
  * field decides) -> degrees. */
-typedef float (*Gray2TempFn)(int32_t gray, TempFrameInfo *block, float emissivity,
-                             float distance);
+typedef float (*Gray2TempFn)(int32_t gray, TempFrameInfo *block, float emissivity, float distance);
 typedef double (*GetITFn)(TempFrameInfo *block);
 typedef void (*GetTempParaFn)(TempFrameInfo *block, TempPara *para);
 
@@ -180,9 +179,8 @@ KALVIRO_API void KALVIRO_GetVersionMinute(char *text);
 /* Gray value whose fn result is within 0.20 degrees of target (hundredths),
  * by fixed-slope steps and then bisection; at most 201 calls of fn, each with
  * distance 0.0. A tempWidth of 0 or a null fn returns grayMin at once. */
-KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int32_t tempMin,
-                                      int32_t tempMax, int32_t grayMin, int32_t grayMax,
-                                      int32_t target, float emissivity);
+KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int32_t tempMin, int32_t tempMax,
+                                      int32_t grayMin, int32_t grayMax, int32_t target, float emissivity);
 
 /* Whole-frame conversion. A 16-bit frame holds at most 65536 distinct gray
  * values and, for one emissivity, the per-pixel result depends on nothing
@@ -215,18 +213,18 @@ KALVIRO_API extern const CalTypeEntry kalviro_table[];
 KALVIRO_API extern const int32_t kalviro_table_size;
 
 /* Per-CalType functions, one set per CalType of the list. */
-#define KALVIRO_DECLARE_CONVERT(nn)                                                       \
+#define KALVIRO_DECLARE_CONVERT(nn)                                                             \
     KALVIRO_API float Gray2Temp_Init_##nn(int32_t gray, TempFrameInfo *block, float emissivity, \
-                                          float distance);                                \
+                                          float distance);                                      \
     KALVIRO_API float Gray2Temp_Real_##nn(int32_t gray, TempFrameInfo *block, float emissivity, \
-                                          float distance);                                \
+                                          float distance);                                      \
     KALVIRO_API float Gray2Temp_Once_##nn(int32_t gray, TempFrameInfo *block, float emissivity, \
                                           float distance);
 #define KALVIRO_DECLARE_GETIT(nn) KALVIRO_API double GetITValue_##nn(TempFrameInfo *block);
-#define KALVIRO_DECLARE(nn, layout, hasIT, converts)                                  \
-    KALVIRO_API void TempPara_get_##nn(TempFrameInfo *block, TempPara *para);         \
-    KALVIRO_API void GetTempPara_##nn(TempFrameInfo *block, TempPara *para);          \
-    KALVIRO_IF(hasIT, KALVIRO_DECLARE_GETIT(nn))                                      \
+#define KALVIRO_DECLARE(nn, layout, hasIT, converts)                          \
+    KALVIRO_API void TempPara_get_##nn(TempFrameInfo *block, TempPara *para); \
+    KALVIRO_API void GetTempPara_##nn(TempFrameInfo *block, TempPara *para);  \
+    KALVIRO_IF(hasIT, KALVIRO_DECLARE_GETIT(nn))                              \
     KALVIRO_IF(converts, KALVIRO_DECLARE_CONVERT(nn))
 KALVIRO_CALTYPES(KALVIRO_DECLARE)
 #undef KALVIRO_DECLARE

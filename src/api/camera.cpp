@@ -1,5 +1,5 @@
-#include "api/module.hpp"
 #include "api/frame_table.hpp"
+#include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.hpp"
 
@@ -12,7 +12,8 @@ float Camera::init(int32_t gray, TempFrameInfo* block, float emissivity, float d
     return module_ ? convertInit(*module_, state_, block, gray, emissivity, distance) : 0.0f;
 }
 
-float Camera::real(int32_t gray, const TempFrameInfo* block, float emissivity, float distance) const noexcept {
+float Camera::real(int32_t gray, const TempFrameInfo* block, float emissivity,
+                   float distance) const noexcept {
     return module_ ? convertReal(*module_, state_, block, gray, emissivity, distance) : 0.0f;
 }
 

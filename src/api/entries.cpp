@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "api/module.hpp"
 #include "api/frame_table.hpp"
+#include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.h"
 
@@ -31,7 +31,9 @@ int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t* frame, uint64_t frame
     if (image) *image = frame;
     if (imageSize) *imageSize = frameSize - 512;
     // Integer arithmetic: a null frame must not become pointer arithmetic on null.
-    if (info) *info = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(frame) + static_cast<uintptr_t>(frameSize - 512));
+    if (info)
+        *info = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(frame) +
+                                           static_cast<uintptr_t>(frameSize - 512));
     if (findEntry(calType) == nullptr) {
         std::puts("CalType error");
         return -1;
@@ -115,7 +117,8 @@ int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin,
 extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
                                          uint64_t count, float emissivity, float distance, float* out,
                                          KalviroFrameTable* table) {
-    if (fn == nullptr || block == nullptr || table == nullptr || (count != 0 && (pixels == nullptr || out == nullptr))) {
+    if (fn == nullptr || block == nullptr || table == nullptr ||
+        (count != 0 && (pixels == nullptr || out == nullptr))) {
         return -1;
     }
     kalviro::convertFrame([&](int32_t g) { return fn(g, block, emissivity, distance); }, pixels, count, out,

@@ -35,22 +35,22 @@ struct Exported {
 
 extern "C" {
 
-#define KALVIRO_DEFINE_CONVERT(nn)                                                               \
+#define KALVIRO_DEFINE_CONVERT(nn)                                                                    \
     float Gray2Temp_Init_##nn(int32_t gray, TempFrameInfo* block, float emissivity, float distance) { \
-        return Exported<nn>::init(gray, block, emissivity, distance);                            \
-    }                                                                                            \
+        return Exported<nn>::init(gray, block, emissivity, distance);                                 \
+    }                                                                                                 \
     float Gray2Temp_Real_##nn(int32_t gray, TempFrameInfo* block, float emissivity, float distance) { \
-        return Exported<nn>::real(gray, block, emissivity, distance);                            \
-    }                                                                                            \
+        return Exported<nn>::real(gray, block, emissivity, distance);                                 \
+    }                                                                                                 \
     float Gray2Temp_Once_##nn(int32_t gray, TempFrameInfo* block, float emissivity, float distance) { \
-        return Exported<nn>::once(gray, block, emissivity, distance);                            \
+        return Exported<nn>::once(gray, block, emissivity, distance);                                 \
     }
 #define KALVIRO_DEFINE_GETIT(nn) \
     double GetITValue_##nn(TempFrameInfo* block) { return Exported<nn>::getIT(block); }
-#define KALVIRO_DEFINE(nn, layout, hasIT, converts)                                                 \
+#define KALVIRO_DEFINE(nn, layout, hasIT, converts)                                                       \
     void TempPara_get_##nn(TempFrameInfo* block, TempPara* para) { Exported<nn>::tempPara(block, para); } \
-    void GetTempPara_##nn(TempFrameInfo* block, TempPara* para) { TempPara_get_##nn(block, para); }     \
-    KALVIRO_IF(hasIT, KALVIRO_DEFINE_GETIT(nn))                                                     \
+    void GetTempPara_##nn(TempFrameInfo* block, TempPara* para) { TempPara_get_##nn(block, para); }       \
+    KALVIRO_IF(hasIT, KALVIRO_DEFINE_GETIT(nn))                                                           \
     KALVIRO_IF(converts, KALVIRO_DEFINE_CONVERT(nn))
 KALVIRO_CALTYPES(KALVIRO_DEFINE)
 #undef KALVIRO_DEFINE
@@ -58,9 +58,10 @@ KALVIRO_CALTYPES(KALVIRO_DEFINE)
 #define KALVIRO_GETIT_SLOT_1(nn) GetITValue_##nn
 #define KALVIRO_GETIT_SLOT_0(nn) nullptr
 #define KALVIRO_GETIT_SLOT(hasIT, nn) KALVIRO_GETIT_SLOT_##hasIT(nn)
-#define KALVIRO_ROW(nn, layout, hasIT, converts)                                                        \
-    KALVIRO_IF(converts, {nn, Gray2Temp_Init_##nn, Gray2Temp_Real_##nn, Gray2Temp_Once_##nn,           \
-                          KALVIRO_GETIT_SLOT(hasIT, nn), GetTempPara_##nn},)
+#define KALVIRO_ROW(nn, layout, hasIT, converts)                                   \
+    KALVIRO_IF(converts,                                                           \
+               {nn, Gray2Temp_Init_##nn, Gray2Temp_Real_##nn, Gray2Temp_Once_##nn, \
+                KALVIRO_GETIT_SLOT(hasIT, nn), GetTempPara_##nn}, )
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
 #undef KALVIRO_ROW
 const int32_t kalviro_table_size = static_cast<int32_t>(sizeof kalviro_table / sizeof kalviro_table[0]);

@@ -40,7 +40,6 @@ constexpr auto makeModules(std::integer_sequence<int, I...>) {
 
 constexpr auto kModules = makeModules(std::make_integer_sequence<int, KALVIRO_CALTYPE_COUNT>{});
 
-
 // Constant-initialised: the statics exist before any constructor runs.
 CalState gStates[] = {
 #define KALVIRO_STATE(nn, layout, hasIT, converts) initialState(nn),

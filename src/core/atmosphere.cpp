@@ -45,9 +45,9 @@ float atmospherePixel(float T, const uint8_t* block, float air, float distance, 
     }
     const double e = myexp(-static_cast<double>(u));
     const float d = T - air;
-    return static_cast<float>((((1.0 - e * static_cast<double>(A3)) * static_cast<double>(d)) /
-                               static_cast<double>(1.0f - A3)) +
-                              static_cast<double>(air));
+    return static_cast<float>(
+        (((1.0 - e * static_cast<double>(A3)) * static_cast<double>(d)) / static_cast<double>(1.0f - A3)) +
+        static_cast<double>(air));
 }
 
 }  // namespace kalviro

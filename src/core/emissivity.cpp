@@ -5,6 +5,7 @@
 
 // One row per ten percent, starting at 100 percent (index 0) and running down
 // to 1 percent (index 99).
+// clang-format off
 extern "C" const int32_t Esp_Table[100] = {
     1000, 1000, 1000, 1000, 1000, 1000, 1000, 1000, 1000, 1006,  // 100..91
     1012, 1018, 1024, 1030, 1042, 1048, 1060, 1070, 1078, 1084,  // 90..81
@@ -17,6 +18,7 @@ extern "C" const int32_t Esp_Table[100] = {
     2470, 2530, 2598, 2675, 2753, 2855, 2946, 3042, 3157, 3271,  // 20..11
     3404, 3572, 3729, 3916, 4139, 4380, 4687, 4887, 5150, 5180,  // 10..1
 };
+// clang-format on
 
 namespace kalviro {
 

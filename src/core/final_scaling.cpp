@@ -20,10 +20,9 @@ int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* blo
         const float F = static_cast<float>(static_cast<double>(f.E) * G);
         return wrapAdd(toInt(F * 100.0f + 2000.0f), offset);
     }
-    const double G =
-        (((static_cast<double>(q) / 100.0 - static_cast<double>(air)) * gain) / 100.0 *
-         static_cast<double>(f.K)) /
-        1000.0;
+    const double G = (((static_cast<double>(q) / 100.0 - static_cast<double>(air)) * gain) / 100.0 *
+                      static_cast<double>(f.K)) /
+                     1000.0;
     const float F = static_cast<float>(G);
     return wrapAdd(toInt(F * 100.0f + air * 100.0f), offset);
 }
@@ -45,7 +44,8 @@ int32_t distanceBoost(float F, const uint8_t* block) {
     const double P = static_cast<double>(F / 100.0f);
     const int32_t range = get(block, field::tempRange);
     if (range == 2 && D >= 8.0) {
-        return toInt(static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6)));
+        return toInt(
+            static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6)));
     }
     if (range == 3 && D >= 4.0) {
         return toInt(static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 4.0) * 0.25 * P) / 110.0)));

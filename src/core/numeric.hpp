@@ -41,8 +41,6 @@ constexpr int32_t wrapShl(int32_t a, int n) {
 
 // Truncating division; INT32_MIN / -1 wraps to INT32_MIN as the camera's
 // 32-bit arithmetic would, instead of trapping. b must not be 0.
-constexpr int32_t wrapDiv(int32_t a, int32_t b) {
-    return b == -1 ? wrapSub(0, a) : a / b;
-}
+constexpr int32_t wrapDiv(int32_t a, int32_t b) { return b == -1 ? wrapSub(0, a) : a / b; }
 
 }  // namespace kalviro

@@ -42,7 +42,7 @@ float gainValue(Gain gn, const float* b) {
     return 1.0f;
 }
 
-constexpr float kTop = INFINITY;  // the last bin: everything else, NaN too
+constexpr float kTop = INFINITY;   // the last bin: everything else, NaN too
 constexpr int8_t kZeroPoint = -1;  // p of a bin on the zero point: gray 0
 
 // Index of the bin of x; a bin holds its lower limit, and a NaN fails every
@@ -71,6 +71,7 @@ struct Row45 {
     uint8_t r;
     Gain gain[3];
 };
+// clang-format off
 constexpr Row45 kBins45[] = {
     {-20, -20, 0, 0, {L(10), D(9), L(7)}},
     {-15, -20, 0, 0, {L(9), D(8), L(6)}},
@@ -97,6 +98,7 @@ constexpr Row45 kBins45[] = {
     {90, 90, 6, 6, {H(9, 4), E(3), H(14, 2)}},
     {kTop, 90, 6, 7, {H(9, 5), E(4), H(14, 3)}},
 };
+// clang-format on
 
 // BodyBinsFine, on the slopes of GridFine45 (51, and 56 in tempRange 2). The
 // top bin falls back to b[14] after the extrapolated gains.
@@ -107,6 +109,7 @@ struct RowFine {
     uint8_t r;
     Gain gain;
 };
+// clang-format off
 constexpr RowFine kBinsFine[] = {
     {-15, -15, 0, 0, D(5)},     {-10, -15, 0, 0, D(4)},     {-5, -5, 1, 0, D(3)},
     {0, -5, 1, 1, D(2)},        {5, 5, 2, 1, D(1)},         {10, 5, 2, 2, B(0)},
@@ -119,6 +122,7 @@ constexpr RowFine kBinsFine[] = {
     {105, 110, 9, 9, H(14, 5)}, {110, 110, 9, 9, H(14, 6)}, {115, 110, 9, 10, H(14, 7)},
     {120, 110, 9, 10, H(14, 8)}, {125, 130, 10, 10, H(14, 9)}, {kTop, 130, 10, 10, B(14)},
 };
+// clang-format on
 
 // CalType 50 on GridFine45: from 15 degrees on the gain is widened and meets
 // G = driftGain * 0.2 + 0.8 in double.
@@ -130,11 +134,13 @@ struct Row50 {
     uint8_t b;
     bool withG;
 };
+// clang-format off
 constexpr Row50 kBins50[] = {
     {-5, -5, 1, 0, 0, false},   {5, 5, 2, 1, 1, false},    {15, 15, 3, 2, 2, false},
     {25, 25, 4, 3, 3, true},    {35, 35, 5, 4, 4, true},   {45, 45, kZeroPoint, 5, 5, true},
     {55, 45, kZeroPoint, 6, 6, true}, {70, 55, 6, 7, 7, true}, {kTop, 70, 7, 8, 8, true},
 };
+// clang-format on
 
 // 57 and 70 in tempRange 3: ((45 - mb) * k) * gain. 40 up to 45 is a gap
 // that takes the gain of the outermost bins; b[7] is read by no bin.
@@ -142,11 +148,13 @@ struct RowMid45 {
     float below;
     Gain gain;
 };
+// clang-format off
 constexpr RowMid45 kMid45Bins[] = {
     {0, H(14, 3)}, {5, L(2)},   {10, B(0)},  {15, B(1)},  {20, B(2)},      {25, B(3)},      {30, B(4)},
     {35, B(5)},    {40, B(6)},  {45, H(14, 3)}, {50, none}, {55, B(8)},    {60, B(9)},      {65, B(10)},
     {70, B(11)},   {75, B(12)}, {80, B(13)}, {85, B(14)}, {90, H(14, 2)}, {kTop, H(14, 3)},
 };
+// clang-format on
 
 float timesGain(float C, Gain gn, const float* b) {
     return gn.kind == GainKind::None ? C : C * gainValue(gn, b);
@@ -194,7 +202,9 @@ float binsHigh21(const FrameCtx& c) {
 
 }  // namespace
 
-double driftGainG(const FrameCtx& c) { return static_cast<double>(get(c.block, field::driftGain)) * 0.2 + 0.8; }
+double driftGainG(const FrameCtx& c) {
+    return static_cast<double>(get(c.block, field::driftGain)) * 0.2 + 0.8;
+}
 
 float bodyDrift(Body form, const FrameCtx& c) {
     const float k = (c.g[0] / 155.0f) * 0.5f;
@@ -234,7 +244,8 @@ float bodyDrift(Body form, const FrameCtx& c) {
             const Row50& row = kBins50[binOf(kBins50, c.mb)];
             const float C = curveTerm(row.a, row.p, row.r, c);
             if (!row.withG) return C * c.b[row.b];
-            return static_cast<float>(static_cast<double>(c.b[row.b]) * (driftGainG(c) * static_cast<double>(C)));
+            return static_cast<float>(static_cast<double>(c.b[row.b]) *
+                                      (driftGainG(c) * static_cast<double>(C)));
         }
         case Body::Mid45Bins: {
             const RowMid45& row = kMid45Bins[binOf(kMid45Bins, c.mb)];

@@ -41,8 +41,9 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
             if (x <= -2.2f) newW = h;
         }
     } else if (lowRegime && w < P.dCH5) {  // A2: restart at a new low
-        P.xd = w > 2.0f ? static_cast<float>(static_cast<double>(g3) * (1.0 - static_cast<double>(w - 2.0f) / 5.5))
-                        : g3;
+        P.xd = w > 2.0f
+                   ? static_cast<float>(static_cast<double>(g3) * (1.0 - static_cast<double>(w - 2.0f) / 5.5))
+                   : g3;
         s = (P.xd / div) * f;
         P.dCH5 = w;
         P.dT = up;
@@ -51,8 +52,9 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
         s = 0.0f;
         newW = h;
     } else if (P.dCH5 < w) {  // C: restart at a new high
-        P.xd = w < 14.0f ? static_cast<float>(((static_cast<double>(w) - 10.0) * static_cast<double>(-g3)) * 0.25)
-                         : -g3;
+        P.xd = w < 14.0f
+                   ? static_cast<float>(((static_cast<double>(w) - 10.0) * static_cast<double>(-g3)) * 0.25)
+                   : -g3;
         s = (P.xd / div) * f;
         P.dCH5 = w;
         P.dT = up;
@@ -71,8 +73,8 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
     const float fb = static_cast<float>(c.base);
     const float* g = c.g;
     if (fb > g[5]) {
-        s = static_cast<float>(static_cast<double>(s) *
-                               (1.0 - (static_cast<double>(fb - g[5]) * 0.8) / static_cast<double>(g[9] - g[5])));
+        s = static_cast<float>(static_cast<double>(s) * (1.0 - (static_cast<double>(fb - g[5]) * 0.8) /
+                                                                   static_cast<double>(g[9] - g[5])));
     } else if (g[9] < fb) {
         s = static_cast<float>(static_cast<double>(s) * 0.2);
     }
@@ -153,9 +155,8 @@ float bodyDrift22(const FrameCtx& c) {
         cb = static_cast<float>(driftGainG(c) * static_cast<double>((50.0f - mb) * s[5] - g[4]));
     }
     if (mb < 25.0f && c.gf > g[5]) {
-        cb = static_cast<float>(static_cast<double>(cb) *
-                                (1.0 - (static_cast<double>(c.gf - g[5]) * 0.7) /
-                                           static_cast<double>(g[9] - g[5])));
+        cb = static_cast<float>(static_cast<double>(cb) * (1.0 - (static_cast<double>(c.gf - g[5]) * 0.7) /
+                                                                     static_cast<double>(g[9] - g[5])));
     }
     return cb;
 }
@@ -171,36 +172,35 @@ float warmShift22(const FrameCtx& c, CalState& st) {
     return 0.0f;
 }
 
-
 float driftGain22(int32_t drift, const FrameCtx& c) {
     const float fd = static_cast<float>(drift);
-        const int32_t up = c.upTime;
-        const float w = c.w;
-        float k;
-        if (up <= 550) {
-            k = static_cast<float>(1.2 - (static_cast<double>(wrapSub(up, 70)) * 0.2) / 480.0);
-        } else if (w < -5.0f) {
-            k = static_cast<float>((static_cast<double>(w + 5.0f) + static_cast<double>(w + 5.0f)) / 6.0 + 1.0);
-        } else if (w < 3.5f) {
-            k = 1.5f;
-        } else if (w <= 10.0f) {
-            k = 1.0f;
-        } else if (w <= 15.0f) {
-            k = static_cast<float>(static_cast<double>(w - 10.0f) / 10.0 + 1.0);
-        } else {
-            k = 0.0f;
-        }
-        // The drift turns its sign at hot pixels.
-        const float fb = static_cast<float>(c.base);
-        const float* g = c.g;
-        if (!(fb > g[5])) {
-        } else if (fb >= g[10]) {
-            k = k * -1.5f;
-        } else {
-            k = static_cast<float>(static_cast<double>(k) *
-                                   (1.0 - (static_cast<double>(fb - g[5]) * 2.5) / static_cast<double>(g[9] - g[5])));
-        }
-        return k * fd;
+    const int32_t up = c.upTime;
+    const float w = c.w;
+    float k;
+    if (up <= 550) {
+        k = static_cast<float>(1.2 - (static_cast<double>(wrapSub(up, 70)) * 0.2) / 480.0);
+    } else if (w < -5.0f) {
+        k = static_cast<float>((static_cast<double>(w + 5.0f) + static_cast<double>(w + 5.0f)) / 6.0 + 1.0);
+    } else if (w < 3.5f) {
+        k = 1.5f;
+    } else if (w <= 10.0f) {
+        k = 1.0f;
+    } else if (w <= 15.0f) {
+        k = static_cast<float>(static_cast<double>(w - 10.0f) / 10.0 + 1.0);
+    } else {
+        k = 0.0f;
+    }
+    // The drift turns its sign at hot pixels.
+    const float fb = static_cast<float>(c.base);
+    const float* g = c.g;
+    if (!(fb > g[5])) {
+    } else if (fb >= g[10]) {
+        k = k * -1.5f;
+    } else {
+        k = static_cast<float>(static_cast<double>(k) * (1.0 - (static_cast<double>(fb - g[5]) * 2.5) /
+                                                                   static_cast<double>(g[9] - g[5])));
+    }
+    return k * fd;
 }
 
 }  // namespace kalviro::direct

@@ -113,8 +113,8 @@ int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray,
     if (get(block, field::warmHold) == 0) set(block, field::warmShift, published);
 
     const float air = frameAir(r.air, c);
-    const float Tc = r.air == Air::NeutralC1 ? atmosphereFrameNeutral(T, air)
-                                             : atmosphereFrame(T, block, air, distance);
+    const float Tc =
+        r.air == Air::NeutralC1 ? atmosphereFrameNeutral(T, air) : atmosphereFrame(T, block, air, distance);
     const int32_t out = scaleFrame(Tc, emissFactor(r.emissivity, emissivity), air, block);
     if (r.result != Result::Hundredths && st.init_flag == 0) st.init_flag = 1;
     return out;

@@ -28,6 +28,7 @@ constexpr Point e(int k, float t) { return {Src::E, static_cast<uint8_t>(k), t};
 constexpr Point zero(float t) { return {Src::Zero, 0, t}; }
 constexpr Point word30(float t) { return {Src::Word30, 0, t}; }
 
+// clang-format off
 // One line per grid, points in ascending temperature.
 constexpr GridDef kGrids[] = {
     /* Grid25 */ {13, 3, {g(0, -20), g(1, 0), g(2, 15), zero(25), g(3, 35), g(4, 50), g(5, 70), g(6, 90), g(7, 120), g(8, 150), g(9, 180), g(10, 210), g(11, 250)}},
@@ -64,6 +65,7 @@ constexpr StepDef kSteps[] = {
 
 // The double factors of Ext45 are the double literals, not widened floats.
 constexpr double kExt45Double[14] = {1, 1, 1, 1, 1, 1.5, 1.8, 2.3, 2.8, 3.3, 4.0, 4.7, 5.4, 6.1};
+// clang-format on
 
 const GridDef& def(GridId grid) { return kGrids[static_cast<int>(grid)]; }
 
@@ -92,8 +94,8 @@ int gridRows(GridId grid) { return def(grid).points - 1; }
 void gridSlopes(GridId grid, const uint8_t* block, float* slope) {
     const GridDef& d = def(grid);
     for (int i = 0; i + 1 < d.points; ++i) {
-        slope[i] = (pointValue(d.p[i + 1], block) - pointValue(d.p[i], block)) /
-                   (d.p[i + 1].temp - d.p[i].temp);
+        slope[i] =
+            (pointValue(d.p[i + 1], block) - pointValue(d.p[i], block)) / (d.p[i + 1].temp - d.p[i].temp);
     }
 }
 
@@ -102,6 +104,8 @@ void segmentBuild(GridId grid, Steps steps, const uint8_t* block, float s, TempS
     const int rows = d.points - 1;
     float point[15];
     for (int i = 0; i < d.points; ++i) point[i] = pointValue(d.p[i], block);
+    float slope[14];
+    gridSlopes(grid, block, slope);
 
     for (int i = 0; i < rows; ++i) {
         // Below the zero point a row counts down from its upper grid point.
@@ -111,7 +115,7 @@ void segmentBuild(GridId grid, Steps steps, const uint8_t* block, float s, TempS
         r.grayHigh = i == rows - 1 ? kSentinel : point[i + 1];
         r.tempBase = d.p[anchor].temp;
         r.grayBase = shifted(point[anchor], steps, i, s);
-        r.graySlope = (point[i + 1] - point[i]) / (d.p[i + 1].temp - d.p[i].temp);
+        r.graySlope = slope[i];
     }
     // The one-degree grid of CalType 52 measures its last row from g[10].
     if (grid == GridId::GridDegree12) tempdata[11].grayBase = tempdata[10].grayBase;

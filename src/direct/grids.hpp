@@ -9,19 +9,19 @@
 namespace kalviro::direct {
 
 enum class GridId : uint8_t {
-    Grid25,        // -20 .. 250, zero point at 25
-    Grid45,        // -20 .. 250, zero point at 45
-    Grid45Ext,     // Grid45 and two more points, 14 rows
-    GridFine45,    // -15 .. 150 in steps of ten, zero point at 45
-    GridMid7,      // 180 .. 600
-    GridHigh10,    // 180 .. 1200
-    GridHigh7,     // 500 .. 1200
-    GridDegree11,  // 30 .. 41, one degree a row
-    GridDegree12,  // 30 .. 42, one degree a row; row 11 is odd
-    GridMid7Wide,  // 120 .. 650
-    GridMid10Wide, // 120 .. 1200
-    GridHigh12,    // 180 .. 1700
-    GridLow25,     // -20 .. 50, zero point at 25
+    Grid25,         // -20 .. 250, zero point at 25
+    Grid45,         // -20 .. 250, zero point at 45
+    Grid45Ext,      // Grid45 and two more points, 14 rows
+    GridFine45,     // -15 .. 150 in steps of ten, zero point at 45
+    GridMid7,       // 180 .. 600
+    GridHigh10,     // 180 .. 1200
+    GridHigh7,      // 500 .. 1200
+    GridDegree11,   // 30 .. 41, one degree a row
+    GridDegree12,   // 30 .. 42, one degree a row; row 11 is odd
+    GridMid7Wide,   // 120 .. 650
+    GridMid10Wide,  // 120 .. 1200
+    GridHigh12,     // 180 .. 1700
+    GridLow25,      // -20 .. 50, zero point at 25
 };
 
 // How the shift s enters grayBase, row by row.

@@ -28,6 +28,7 @@ using R = Result;
 inline constexpr RowTest co = RowTest::ClosedOpen;
 inline constexpr RowTest oc = RowTest::OpenClosed;
 
+// clang-format off
 // Branches shared by several members.
 inline constexpr Branch k20Range2{G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::Plain, J::Float, Store::Zero, latch};
 inline constexpr Branch k20Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep};
@@ -49,7 +50,6 @@ inline constexpr RealtimeFn er = engineRealtime;
 // of their row only the emissivity and the result form are read.
 inline constexpr Branch kOwnStages{G::GridLow25, S::Plain, B::Bins25, H::ClockPlain, D::Plain, J::Int, Store::Zero, keep};
 
-// clang-format off
 inline constexpr Recipe kRecipes[] = {
     // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
     {12, read, kOwnStages, kOwnStages, kOwnStages, oc, E::Table, A::C1, noBoost, R::Hundredths, early12, realtime12},

@@ -44,7 +44,8 @@ float fadeThird(int k, const FrameCtx& c, CalState& st) {
 // The ramp of the first 1200 counts of the warm-up clock.
 float clockRamp(const FrameCtx& c) {
     if (c.upTime >= 1200) return 0.0f;
-    return (static_cast<float>(wrapSub(1200, c.upTime)) * (((c.g[1] - c.g[0]) * 0.5f) / divisor(c))) / 1200.0f;
+    return (static_cast<float>(wrapSub(1200, c.upTime)) * (((c.g[1] - c.g[0]) * 0.5f) / divisor(c))) /
+           1200.0f;
 }
 
 // CalType 56: the shift doubles and triples in the first half hour.
@@ -169,10 +170,11 @@ float driftCounts(Drift form, int32_t drift, const FrameCtx& c) {
             // Hot pixels take up to half as much drift again.
             const float fb = static_cast<float>(c.base);
             const float* g = c.g;
-            const float k = !(fb > g[6]) ? 1.0f
-                                         : static_cast<float>((static_cast<double>(c.gf - g[6]) * 0.5) /
-                                                                  static_cast<double>(g[11] - g[6]) +
-                                                              1.0);
+            const float k =
+                !(fb > g[6])
+                    ? 1.0f
+                    : static_cast<float>(
+                          (static_cast<double>(c.gf - g[6]) * 0.5) / static_cast<double>(g[11] - g[6]) + 1.0);
             return k * fd;
         }
         case Drift::Gain22: return driftGain22(drift, c);

@@ -8,12 +8,12 @@ namespace kalviro {
 namespace {
 
 enum class ItForm : uint8_t {
-    Cubic,       // c3 and c2 are constants of the cell
-    Linear,      // itDelta * itSlope only
-    Zero,        // 0.0, the block unread
-    ExtCubic,    // cubic in float with grayCurveExt[0], [1]
-    GainCubic,   // cubic in float with tempBinGain[10], [11]
-    Undefined,   // no value for this range: 0.0 stands in
+    Cubic,      // c3 and c2 are constants of the cell
+    Linear,     // itDelta * itSlope only
+    Zero,       // 0.0, the block unread
+    ExtCubic,   // cubic in float with grayCurveExt[0], [1]
+    GainCubic,  // cubic in float with tempBinGain[10], [11]
+    Undefined,  // no value for this range: 0.0 stands in
 };
 
 struct ItCell {
