@@ -18,7 +18,7 @@ TEST(BaselineWorked, Range2) {
     EXPECT_EQ(cam.state().xd, 200.0f);
     EXPECT_EQ(cam.state().const_d, 2.0f);
     EXPECT_EQ(cam.state().tempdata[5].grayBase, 1100.0f - 8.0f);  // s = 200 / 25
-    EXPECT_EQ(b.read(field::warmShift), 0.0f);                      // range 2 publishes 0.0
+    EXPECT_EQ(b.read(field::warmShift), 0.0f);                    // range 2 publishes 0.0
     EXPECT_EQ(cam.real(1000, b.info(), 0.95f, 0.0f), 53.88f);
 }
 

@@ -94,7 +94,10 @@ inline Block workedBlockRange3() {
 // That block in tempRange 4 after the warm-up: the long-run drift.
 inline Block workedBlockRange4() {
     Block b = workedBlockRange3();
-    b.with(field::tempRange, 4).with(field::upTime, 3500).with(field::driftScale, 250).with(field::distance, 600);
+    b.with(field::tempRange, 4)
+        .with(field::upTime, 3500)
+        .with(field::driftScale, 250)
+        .with(field::distance, 600);
     return b;
 }
 

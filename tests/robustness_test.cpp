@@ -13,7 +13,7 @@
 namespace kalviro {
 namespace {
 
-constexpr int32_t kConverting[] = {12, 20, 21, 22, 23, 24, 25, 26, 27, 50, 51, 52,
+constexpr int32_t kConverting[] = {12, 20, 21, 22, 23, 24, 25, 26, 27, 50,  51,  52,
                                    54, 55, 56, 57, 58, 60, 70, 80, 90, 100, 110, 120};
 
 // The words a per-frame call may write: shutterDrift, atmA, atmB, warmShift.
@@ -73,8 +73,8 @@ TEST_P(Robustness, HostileBlocksEndWithoutStrayWrites) {
         TempPara para;
         KALVIRO_GetTempPara(calType, blk.info(), &para);
         KALVIRO_Temp2Gray(KALVIRO_Gray2Temp_Real_GET(calType), blk.info(), static_cast<int32_t>(rng()),
-                          static_cast<int32_t>(rng()), static_cast<int32_t>(rng()), static_cast<int32_t>(rng()),
-                          static_cast<int32_t>(rng()), e);
+                          static_cast<int32_t>(rng()), static_cast<int32_t>(rng()),
+                          static_cast<int32_t>(rng()), static_cast<int32_t>(rng()), e);
         ASSERT_EQ(std::memcmp(afterInit.data(), blk.snapshot().data(), 512), 0) << "a reading call wrote";
     }
 }

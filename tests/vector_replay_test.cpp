@@ -67,7 +67,8 @@ uint64_t bitsOf(double d) {
 
 std::vector<uint8_t> hexBytes(const std::string& s) {
     std::vector<uint8_t> out(s.size() / 2);
-    for (size_t i = 0; i < out.size(); ++i) out[i] = static_cast<uint8_t>(std::stoul(s.substr(2 * i, 2), nullptr, 16));
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = static_cast<uint8_t>(std::stoul(s.substr(2 * i, 2), nullptr, 16));
     return out;
 }
 
@@ -79,8 +80,8 @@ struct Target {
     virtual float real(int32_t g, TempFrameInfo* b, float e, float d) = 0;
     virtual double getIT(TempFrameInfo* b) = 0;
     virtual int32_t para(TempFrameInfo* b, TempPara* p) = 0;
-    virtual int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t target,
-                              float e) = 0;
+    virtual int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1,
+                              int32_t target, float e) = 0;
 };
 
 struct CameraTarget : Target {
@@ -100,9 +101,15 @@ struct CameraTarget : Target {
 struct CTarget : Target {
     int calType;
     explicit CTarget(int c) : calType(c) {}
-    float init(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Init(calType, g, b, e, d); }
-    float once(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Once(calType, g, b, e, d); }
-    float real(int32_t g, TempFrameInfo* b, float e, float d) override { return KALVIRO_Gray2Temp_Real(calType, g, b, e, d); }
+    float init(int32_t g, TempFrameInfo* b, float e, float d) override {
+        return KALVIRO_Gray2Temp_Init(calType, g, b, e, d);
+    }
+    float once(int32_t g, TempFrameInfo* b, float e, float d) override {
+        return KALVIRO_Gray2Temp_Once(calType, g, b, e, d);
+    }
+    float real(int32_t g, TempFrameInfo* b, float e, float d) override {
+        return KALVIRO_Gray2Temp_Real(calType, g, b, e, d);
+    }
     double getIT(TempFrameInfo* b) override { return KALVIRO_GetIT(calType, b); }
     int32_t para(TempFrameInfo* b, TempPara* p) override { return KALVIRO_GetTempPara(calType, b, p); }
     int32_t temp2gray(TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t target,
@@ -140,7 +147,7 @@ std::vector<std::string> replay(const Sequence& seq, Target& t) {
             if (kind != "REAL") beforeFrame.assign(raw, raw + 512);
             const float em = asFloat(hex32(e));
             const float di = asFloat(hex32(d));
-            const float got = kind == "INIT" ? t.init(gray, block, em, di)
+            const float got = kind == "INIT"   ? t.init(gray, block, em, di)
                               : kind == "ONCE" ? t.once(gray, block, em, di)
                                                : t.real(gray, block, em, di);
             if (bitsOf(got) != hex32(r)) {
@@ -174,7 +181,8 @@ std::vector<std::string> replay(const Sequence& seq, Target& t) {
             const double got = t.getIT(block);
             if (bitsOf(got) != hex64(v)) {
                 char msg[128];
-                std::snprintf(msg, sizeof msg, "GETIT: got %016llx (%.17g), want %s", static_cast<unsigned long long>(bitsOf(got)), got, v.c_str());
+                std::snprintf(msg, sizeof msg, "GETIT: got %016llx (%.17g), want %s",
+                              static_cast<unsigned long long>(bitsOf(got)), got, v.c_str());
                 fail(number, msg);
             }
         } else if (kind == "PARA") {
@@ -191,7 +199,8 @@ std::vector<std::string> replay(const Sequence& seq, Target& t) {
             std::string e;
             in >> t0 >> t1 >> g0 >> g1 >> target >> e >> want;
             const int32_t got = t.temp2gray(block, t0, t1, g0, g1, target, asFloat(hex32(e)));
-            if (got != want) fail(number, "T2G: got " + std::to_string(got) + ", want " + std::to_string(want));
+            if (got != want)
+                fail(number, "T2G: got " + std::to_string(got) + ", want " + std::to_string(want));
         }
     }
     return bad;

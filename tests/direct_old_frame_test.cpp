@@ -1,0 +1,156 @@
+// CalTypes 12 and 60: four ranges, atmosphere from the block, a whole-degree
+// body temperature, rows that stand in for the search at low emissivities,
+// and a window in the per-pixel stage.
+#include <gtest/gtest.h>
+
+#include "block_builder.hpp"
+#include "kalviro.hpp"
+
+namespace kalviro {
+namespace {
+
+using test::Block;
+
+// A curve on GridLow25 (-20 .. 50, zero point at 25) whose rows differ in
+// slope, past the warm-up (no shift), body at 25 degrees (no body drift).
+Block oldBlock(int32_t range) {
+    Block b;
+    b.curve({-2250, -1800, -1250, -1000, -750, -400, -250, 250, 500, 750, 1000, 1250})
+        .gains(2.0f)
+        .with(field::tempRange, range)
+        .with(field::bodyTemp, 25)
+        .with(field::upTime, 5000)
+        .with(field::warmDivisor, 25.0f)
+        .with(field::warmGain, 1.0f)
+        .with(field::driftGain, 1.0f)
+        .with(field::atmA, 4)
+        .with(field::atmB, 167)
+        .with(field::tempCH1, 2500)
+        .with(field::distance, 300)
+        .with(field::humidity, 60)
+        .with(field::tempGain, 100)
+        .with(field::windowTrans, 100);
+    return b;
+}
+
+class OldFrame : public ::testing::TestWithParam<int32_t> {};
+
+TEST_P(OldFrame, AtmosphereFromTheBlockAndNoWriteBack) {
+    Camera cam(GetParam());
+    Block b = oldBlock(2);
+    b.with(field::atmA, 7).with(field::atmB, 250).with(field::shutterDrift, 12);
+    const auto before = b.snapshot();
+    cam.init(600, b.info(), 0.95f, 0.0f);
+    EXPECT_EQ(b.snapshot(), before);
+    EXPECT_EQ(cam.state().const_A3, static_cast<float>(7 / 100.0));
+    EXPECT_EQ(cam.state().const_B3, static_cast<float>(250 / 1000.0));
+    EXPECT_EQ(cam.state().const_U, 1.0f);
+    EXPECT_EQ(cam.state().const_CH2, 25.0f);  // c1, despite the name
+}
+
+// At 25 degrees the body sits on the zero point; one degree more and the
+// gain b[0] enters on the slope of the row above 25.
+TEST_P(OldFrame, BodyTemperatureBinsHoldTheirUpperLimit) {
+    Camera cam(GetParam());
+    Block b = oldBlock(2);
+    cam.init(600, b.info(), 0.95f, 0.0f);
+    EXPECT_EQ(cam.state().const_b, 0.0f);
+    b.with(field::bodyTemp, 26);
+    cam.init(600, b.info(), 0.95f, 0.0f);
+    EXPECT_EQ(cam.state().const_b, (25.0f - 26.0f) * (250.0f / 5.0f) * 2.0f);
+}
+
+// The camera's drift counts join the gray value: divided by driftGain in
+// ranges 2 and 3, as they stand in 4 and 5, negative ones alike.
+TEST_P(OldFrame, ShutterDriftJoinsTheGrayValue) {
+    for (int32_t range : {2, 3, 4, 5}) {
+        Camera cam(GetParam());
+        Block b = oldBlock(range);
+        b.with(field::driftGain, 3.0f).with(field::shutterDrift, -30);
+        const float withDrift = cam.init(700, b.info(), 0.95f, 0.0f);
+        b.with(field::shutterDrift, 0);
+        const int32_t counts = range <= 3 ? -10 : -30;
+        EXPECT_EQ(cam.init(700 + counts, b.info(), 0.95f, 0.0f), withDrift) << "tempRange " << range;
+    }
+}
+
+// Up to 9 percent the row of that number gives T, wherever v lies: moving
+// g[8] moves row 9, which v = 1200 (on row 11) never reaches by search.
+TEST_P(OldFrame, LowEmissivityTakesTheRowOfItsPercent) {
+    struct Case {
+        float emissivity;
+        bool followsRow9;
+    };
+    for (const Case c : {Case{0.09f, true}, Case{0.10f, false}}) {
+        Camera cam(GetParam());
+        Block b = oldBlock(2);
+        const float before = cam.once(1200, b.info(), c.emissivity, 0.0f);
+        b.with(field::grayCurve(8), 600.0f);
+        const float after = cam.once(1200, b.info(), c.emissivity, 0.0f);
+        EXPECT_EQ(before != after, c.followsRow9) << "emissivity " << c.emissivity;
+    }
+}
+
+// In tempRange 4 the rows 7 to 9 are what an earlier frame left.
+TEST_P(OldFrame, LowEmissivityInRange4ReadsRowsOfEarlierFrames) {
+    auto afterHistory = [&](float g8, float emissivity) {
+        Camera cam(GetParam());
+        Block earlier = oldBlock(2);
+        earlier.with(field::grayCurve(8), g8);
+        cam.init(600, earlier.info(), emissivity, 0.0f);
+        Block now = oldBlock(4);
+        now.curve({100, 200, 300, 400, 500, 600, 700, 800});
+        cam.init(450, now.info(), emissivity, 0.0f);
+        return cam.real(450, now.info(), emissivity, 0.0f);
+    };
+    EXPECT_NE(afterHistory(500.0f, 0.08f), afterHistory(600.0f, 0.08f));
+    EXPECT_EQ(afterHistory(500.0f, 0.5f), afterHistory(600.0f, 0.5f));
+}
+
+// tempRange 5: the per-frame stage searches its ten rows, the per-pixel
+// stage yields the value of T = 0.0 for every gray value.
+TEST_P(OldFrame, Range5PerPixelIgnoresTheRows) {
+    Camera cam(GetParam());
+    Block b = oldBlock(5);
+    b.curve({-600, -400, 0, 400, 800, 1200, 2000, 2800, 4400, 6000, 7600});
+    const float low = cam.init(100, b.info(), 0.95f, 0.0f);
+    const float high = cam.init(3000, b.info(), 0.95f, 0.0f);
+    EXPECT_GT(high, low);
+    EXPECT_EQ(cam.real(100, b.info(), 0.95f, 0.0f), cam.real(3000, b.info(), 0.95f, 0.0f));
+}
+
+// The word at 0x030 narrows the window only in tempRange 4, and only when
+// the window is not fully open.
+TEST_P(OldFrame, WindowTermOfRange4) {
+    struct Case {
+        int32_t range;
+        int32_t windowTrans;
+        bool wordMatters;
+    };
+    for (const Case c : {Case{4, 90, true}, Case{4, 100, false}, Case{2, 90, false}}) {
+        Camera cam(GetParam());
+        Block b = oldBlock(c.range);
+        b.with(field::windowTrans, c.windowTrans).with(field::warmDiffLow, 0.02f);
+        cam.init(600, b.info(), 0.95f, 0.0f);
+        const float narrow = cam.real(600, b.info(), 0.95f, 0.0f);
+        b.with(field::warmDiffLow, 0.0f);
+        const float plain = cam.real(600, b.info(), 0.95f, 0.0f);
+        EXPECT_EQ(narrow != plain, c.wordMatters) << "tempRange " << c.range << ", window " << c.windowTrans;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(CalTypes, OldFrame, ::testing::Values(12, 60));
+
+// The two differ only in the emissivity stage: at 1.0 the table reads 1000
+// and scales about the air temperature, the polynomial reads 1.00132 about 20.
+TEST(OldFrameFamily, TwelveAndSixtyDifferInTheEmissivityStageOnly) {
+    Camera twelve(12), sixty(60);
+    Block b = oldBlock(2);
+    b.with(field::tempCH1, 2000);
+    EXPECT_NE(twelve.init(900, b.info(), 1.0f, 0.0f), sixty.init(900, b.info(), 1.0f, 0.0f));
+    EXPECT_EQ(twelve.state().const_b, sixty.state().const_b);
+    EXPECT_EQ(twelve.state().tempdata[9].grayBase, sixty.state().tempdata[9].grayBase);
+}
+
+}  // namespace
+}  // namespace kalviro
