@@ -143,7 +143,9 @@ inline std::vector<Block> vectorFrames(const char* name) {
     while (std::getline(in, line)) {
         if (line.rfind("FRAME ", 0) != 0 || line.size() < 6 + 1024) continue;
         Block b;
-        for (size_t i = 0; i < 512; ++i) b.raw()[i] = static_cast<uint8_t>(std::stoul(line.substr(6 + 2 * i, 2), nullptr, 16));
+        for (size_t i = 0; i < 512; ++i) {
+            b.raw()[i] = static_cast<uint8_t>(std::stoul(line.substr(6 + 2 * i, 2), nullptr, 16));
+        }
         out.push_back(b);
     }
     return out;

@@ -128,7 +128,9 @@ std::vector<Step> interleavedSteps() {
         steps.push_back({50, b50, 900 + 250 * i});
 
         Block b54 = b50;
-        b54.with(field::windowTransLong, 90).with(field::grayCurveExt(0), 14000.0f).with(field::grayCurveExt(1), 16000.0f);
+        b54.with(field::windowTransLong, 90)
+            .with(field::grayCurveExt(0), 14000.0f)
+            .with(field::grayCurveExt(1), 16000.0f);
         steps.push_back({54, b54, 1100 + 200 * i});
 
         Block b110 = b54;

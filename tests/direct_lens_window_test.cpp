@@ -245,7 +245,8 @@ INSTANTIATE_TEST_SUITE_P(Values, Degree12Row11,
 
 // CalType 52's body drift turns from b[0] to b[1] at mb 45.
 TEST(CalType52, BodyDriftGainAt45) {
-    for (auto [mb, want] : {std::pair{44.5f, (30.0f - 44.5f) * 100.0f * 1.5f}, std::pair{45.0f, -1500.0f * 2.0f}}) {
+    for (auto [mb, want] :
+         {std::pair{44.5f, (30.0f - 44.5f) * 100.0f * 1.5f}, std::pair{45.0f, (30.0f - 45.0f) * 100.0f * 2.0f}}) {
         Block b = degree12Block();
         b.with(field::tempBinGain(0), 1.5f).with(field::tempBinGain(1), 2.0f);
         test::atMean(b, mb - 20.0f);

@@ -230,7 +230,8 @@ INSTANTIATE_TEST_SUITE_P(AboveG11, High12,
 // CalType 23, tempRange 3: the ramp runs while w is below warmDiffHigh.
 // (1200 - 600) * ((500 - 0) * 0.5 / 25) / 1200 = 5.
 TEST(CalType23, Range3ShiftLimitIsWarmDiffHigh) {
-    for (auto [w, shift] : {std::pair{100, 5.0f}, std::pair{400, 5.0f}, std::pair{599, 5.0f}, std::pair{600, 0.0f}}) {
+    for (auto [w, shift] :
+         {std::pair{100, 5.0f}, std::pair{400, 5.0f}, std::pair{599, 5.0f}, std::pair{600, 0.0f}}) {
         Block b = test::quietBlock();
         b.curve({0, 500, 1500, 2500, 3500, 4500, 6000, 7000, 8000, 9000, 10000, 11000})
             .with(field::warmDiffLow, 14000.0f)
