@@ -6,7 +6,10 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <initializer_list>
+#include <string>
+#include <vector>
 
 #include "core/block.hpp"
 #include "kalviro.h"
@@ -99,6 +102,56 @@ inline Block workedBlockRange4() {
         .with(field::driftScale, 250)
         .with(field::distance, 600);
     return b;
+}
+
+// A block on which a raw temperature comes out as itself at emissivity 1.0:
+// 1.5 metres at 60 percent humidity (neutral air), unit gains, tempGain 100,
+// no offset, every internal and shutter temperature at 25 degrees (so no
+// shutter drift and m = 25, mb = 45), warm-up over (upTime 2000), divisor 25.
+inline Block quietBlock() {
+    Block b;
+    b.gains(1.0f)
+        .with(field::warmDiffLow, 2.0f)
+        .with(field::warmDiffHigh, 6.0f)
+        .with(field::warmDivisor, 25.0f)
+        .with(field::driftGain, 1.0f)
+        .with(field::upTime, 2000)
+        .with(field::tempCH1, 2500)
+        .with(field::tempCH2, 2500)
+        .with(field::tempCH3, 2500)
+        .with(field::tempCH5, 2500)
+        .with(field::distance, 150)
+        .with(field::humidity, 60)
+        .with(field::tempGain, 100)
+        .with(field::shutterCH2, 25.0f)
+        .with(field::shutterCH3, 25.0f)
+        .with(field::windowTransLong, 100)
+        .with(field::tempRange, 2);
+    return b;
+}
+
+// Both shutter temperatures at m, so that the shutter mean is m and mb = m + 20.
+inline Block& atMean(Block& b, float m) { return b.with(field::shutterCH2, m).with(field::shutterCH3, m); }
+
+// tempCH5 set so that c5 - c1 is w hundredths of a degree.
+inline Block& atWarm(Block& b, int32_t wHundredths) {
+    return b.with(field::tempCH5, b.read(field::tempCH1) + wHundredths);
+}
+
+// Every block of a reference vector file, in file order.
+inline std::vector<Block> vectorFrames(const char* name) {
+    std::vector<Block> out;
+    std::ifstream in(std::string(KALVIRO_VECTOR_DIR) + "/" + name);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.rfind("FRAME ", 0) != 0 || line.size() < 6 + 1024) continue;
+        Block b;
+        for (size_t i = 0; i < 512; ++i) {
+            b.raw()[i] = static_cast<uint8_t>(std::stoul(line.substr(6 + 2 * i, 2), nullptr, 16));
+        }
+        out.push_back(b);
+    }
+    return out;
 }
 
 }  // namespace kalviro::test
