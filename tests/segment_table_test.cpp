@@ -57,29 +57,7 @@ TEST(SegmentLookup, OnlyTheRowsInUseAreSearched) {
     EXPECT_EQ(segmentLookup(kRows, 4, 500.0f, kalviro::RowTest::OpenClosed), 40.0f);
 }
 
-// A tempRange 2 frame in which the lookup value is the gray value itself: no
-// drift, no body drift (m = 25), no gray offset; the shift is held at s. The
-// air is at 25 degrees and the distance neutral.
-Block plainRange2(std::initializer_list<float> curve, float s) {
-    Block b;
-    b.curve(curve)
-        .gains(1.0f)
-        .with(field::tempRange, 2)
-        .with(field::shutterCH2, 25.0f)
-        .with(field::shutterCH3, 25.0f)
-        .with(field::warmDivisor, 1.0f)
-        .with(field::warmHold, 1)
-        .with(field::warmShift, s)
-        .with(field::tempCH1, 2500)
-        .with(field::tempCH2, 2500)
-        .with(field::tempCH3, 2500)
-        .with(field::tempCH5, 2500)
-        .with(field::distance, 150)
-        .with(field::humidity, 60)
-        .with(field::tempGain, 100)
-        .with(field::upTime, 2000);
-    return b;
-}
+Block plainRange2(std::initializer_list<float> curve, float s) { return test::plainBlock(2, curve, s); }
 
 const std::initializer_list<float> kExampleCurve = {-1300, -800, -300, 300, 900, 1700,
                                                     2500,  3700, 4900, 6100, 7300, 8900};
@@ -183,11 +161,7 @@ INSTANTIATE_TEST_SUITE_P(Shifts, Range2Shift, testing::Values(0.0f, 7.5f, -15.0f
 
 // A tempRange 3 frame with the lookup value equal to the gray value, held
 // shift s = 100, air at 25 degrees.
-Block plainRange3() {
-    Block b = plainRange2({-500, 0, 500, 1500, 2700, 4000, 6800, 9900}, 100.0f);
-    b.with(field::tempRange, 3);
-    return b;
-}
+Block plainRange3() { return test::plainBlock(3, {-500, 0, 500, 1500, 2700, 4000, 6800, 9900}, 100.0f); }
 
 // In tempRange 3 both stages test open-closed: v = g[2] stays on row 1 (260
 // degrees; row 2 would give 255.5).
