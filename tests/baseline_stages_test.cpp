@@ -15,6 +15,13 @@ namespace {
 
 using test::Block;
 
+// The worked block of a range; any other range keeps the tempRange 4 block.
+Block workedBlock(int32_t range) {
+    if (range == 2) return test::workedBlockRange2();
+    if (range == 3) return test::workedBlockRange3();
+    return test::workedBlockRange4();
+}
+
 class BeforeAnyFrame : public testing::TestWithParam<int32_t> {};
 
 // Zeroed statics: no row holds, T = 0, A3 = B3 = 0 so e = 1, Tc = 0; then
@@ -43,7 +50,7 @@ class WarmUpClock : public testing::TestWithParam<ClockCase> {};
 
 TEST_P(WarmUpClock, PublishesTheShiftItApplies) {
     const ClockCase& c = GetParam();
-    Block b = c.range == 3 ? test::workedBlockRange3() : test::workedBlockRange4();
+    Block b = workedBlock(c.range);
     b.with(field::upTime, c.upTime).with(field::tempCH5, c.tempCH5).with(field::warmShift, 7.5f);
     Camera cam(21);
     cam.init(3000, b.info(), 0.95f, 0.0f);
@@ -83,8 +90,7 @@ class DriftCounts : public testing::TestWithParam<DriftCase> {};
 
 TEST_P(DriftCounts, QuadrupledOrLongRun) {
     const DriftCase& c = GetParam();
-    Block b = c.range == 2 ? test::workedBlockRange2()
-                           : c.range == 3 ? test::workedBlockRange3() : test::workedBlockRange4();
+    Block b = workedBlock(c.range);
     b.with(field::shutterCH2, c.shutterCH2).with(field::upTime, c.upTime).with(field::driftScale, c.driftScale);
     Camera cam(21);
     cam.init(1000, b.info(), 0.95f, 0.0f);
@@ -148,7 +154,7 @@ class WarmHold : public testing::TestWithParam<HoldCase> {};
 
 TEST_P(WarmHold, TableAndBlock) {
     const HoldCase& c = GetParam();
-    Block b = c.range == 2 ? test::workedBlockRange2() : test::workedBlockRange3();
+    Block b = workedBlock(c.range);
     b.with(field::warmHold, c.hold).with(field::warmShift, 7.5f).with(field::tempCH5, c.tempCH5);
     Camera cam(21);
     cam.init(1000, b.info(), 0.95f, 0.0f);
@@ -295,8 +301,7 @@ class BlockWrites : public testing::TestWithParam<WriteCase> {};
 // warmShift, and nothing else; the per-pixel call writes nothing.
 TEST_P(BlockWrites, OnlyTheFourFields) {
     const WriteCase& c = GetParam();
-    Block b = c.range == 2 ? test::workedBlockRange2()
-                           : c.range == 3 ? test::workedBlockRange3() : test::workedBlockRange4();
+    Block b = workedBlock(c.range);
     b.with(field::tempRange, c.range)
         .with(field::warmHold, c.hold)
         .with(field::warmShift, 7.5f)
