@@ -57,9 +57,9 @@ struct EspCase {
     int32_t hundredths;  // both stages
 };
 
-class EspIndex : public ::testing::TestWithParam<std::tuple<int, EspCase>> {};
+class EspScaling : public ::testing::TestWithParam<std::tuple<int, EspCase>> {};
 
-TEST_P(EspIndex, ScalesAboutTheAirTemperature) {
+TEST_P(EspScaling, ScalesAboutTheAirTemperature) {
     const auto [calType, c] = GetParam();
     Block b = test::quietBlock();
     b.with(field::tempRange, 7);
@@ -70,7 +70,7 @@ TEST_P(EspIndex, ScalesAboutTheAirTemperature) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    HundredthsMembers, EspIndex,
+    HundredthsMembers, EspScaling,
     ::testing::Combine(::testing::Values(20, 22, 23, 24, 25, 26, 27, 56, 57, 58),
                        ::testing::Values(EspCase{1.0f, 0},         // K 1000
                                          EspCase{0.92f, 0},        // K 1000, the last of the ones
