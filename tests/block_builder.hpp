@@ -138,6 +138,23 @@ inline Block& atWarm(Block& b, int32_t wHundredths) {
     return b.with(field::tempCH5, b.read(field::tempCH1) + wHundredths);
 }
 
+// A block for LensRule with A = 100 in every member (g[4] = g[6] = 300) and
+// the limits low, high: 52 reads them from e[0], e[1] (its warmDiffLow is
+// the thirteenth curve point), the others from warmDiffLow and warmDiffHigh.
+inline Block lensBlock(int calType, int32_t upTime, int32_t wHundredths, float low, float high) {
+    Block b = quietBlock();
+    b.curve({-750, -650, -540, -420, 300, 400, 300, 415, 775, 1155, 1555, 1975})
+        .with(field::lensType, 1)
+        .with(field::upTime, upTime);
+    if (calType == 52) {
+        b.with(field::grayCurveExt(0), low).with(field::grayCurveExt(1), high);
+        b.with(field::warmDiffLow, 1300.0f).with(field::warmDiffHigh, 1400.0f);
+    } else {
+        b.with(field::warmDiffLow, low).with(field::warmDiffHigh, high);
+    }
+    return atWarm(b, wHundredths);
+}
+
 // Every block of a reference vector file, in file order.
 inline std::vector<Block> vectorFrames(const char* name) {
     std::vector<Block> out;
