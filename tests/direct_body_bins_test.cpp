@@ -46,6 +46,10 @@ float expected(const BinCase& c) {
                    : C * c.gain;
 }
 
+void PrintTo(const BinCase& c, std::ostream* os) {
+    *os << "CalType " << c.calType << " mb " << c.mb << ": " << c.note;
+}
+
 class BodyBins : public ::testing::TestWithParam<BinCase> {};
 
 TEST_P(BodyBins, ConstBOfTheBin) {

@@ -217,6 +217,8 @@ std::vector<EdgeCase> cases() {
     return out;
 }
 
+void PrintTo(const EdgeCase& c, std::ostream* os) { *os << "CalType " << c.calType << ": " << c.note; }
+
 class Edge : public ::testing::TestWithParam<EdgeCase> {};
 
 TEST_P(Edge, ValueAfterThePerFrameCall) {
