@@ -134,7 +134,8 @@ INSTANTIATE_TEST_SUITE_P(Rule, EspIndex, testing::Values(
     EspCase{"JustAbove", 1.005f, 1000},  // 100.5 truncates to 100
     EspCase{"WellAbove", 1.5f, 1000},
     EspCase{"P92", 0.92f, 1000},
-    EspCase{"P91", 0.91f, 1006}),
+    EspCase{"P91", 0.91f, 1006},
+    EspCase{"P90", 0.90f, 1012}),  // 0.9f * 100.0f rounds up to 90.0; in double 89.99999762
     [](const testing::TestParamInfo<EspCase>& i) { return std::string(i.param.name); });
 // clang-format on
 
