@@ -1,5 +1,5 @@
-// The dispatching entries: a CalType outside kalviro_table gets the failure
-// value of each entry and nothing else, one inside is forwarded to its own row.
+// The C entries around the conversion: the frame split, the dispatch by
+// CalType, TempPara and the two version texts.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -16,45 +16,67 @@ namespace {
 
 using test::Block;
 
-struct Exports {
+// The block is the last 512 bytes. A short buffer is refused before the
+// CalType is looked at; an unknown CalType after image, imageSize and info
+// are written, infoSize not.
+struct FrameCase {
+    const char* name;
+    uint64_t size;
+    bool nullFrame;
     int32_t calType;
-    Gray2TempFn init;
-    Gray2TempFn real;
-    Gray2TempFn once;
+    const char* output;  // what standard output receives; empty on success
 };
 
-// The CalTypes the list marks as converting, with their exported functions.
-#define KALVIRO_EXPORTS_ROW(nn, layout, hasIT, converts) \
-    KALVIRO_IF(converts, Exports{nn, Gray2Temp_Init_##nn, Gray2Temp_Real_##nn, Gray2Temp_Once_##nn},)
-const std::vector<Exports> kConverting = {KALVIRO_CALTYPES(KALVIRO_EXPORTS_ROW)};
-#undef KALVIRO_EXPORTS_ROW
+class FrameInfo : public testing::TestWithParam<FrameCase> {};
 
-// Numbers no camera uses, and the CalTypes of the list that do not convert
-// yet: to the entries, both are unknown.
-std::vector<int32_t> unknownCalTypes() {
-    std::vector<int32_t> out = {53, 0, -1, 11, 141, INT32_MIN, INT32_MAX};
-    static const int32_t converts[] = {
-#define KALVIRO_FLAG(nn, layout, hasIT, conv) conv,
-        KALVIRO_CALTYPES(KALVIRO_FLAG)
-#undef KALVIRO_FLAG
-    };
-    static const int32_t numbers[] = {
-#define KALVIRO_NUM(nn, layout, hasIT, conv) nn,
-        KALVIRO_CALTYPES(KALVIRO_NUM)
-#undef KALVIRO_NUM
-    };
-    for (size_t i = 0; i < sizeof numbers / sizeof numbers[0]; ++i) {
-        if (converts[i] == 0) out.push_back(numbers[i]);
-    }
-    return out;
+TEST_P(FrameInfo, SplitsOrRefuses) {
+    const FrameCase& c = GetParam();
+    std::vector<uint8_t> buffer(c.nullFrame ? 0 : c.size + 1, 0x5a);
+    uint8_t* frame = c.nullFrame ? nullptr : buffer.data();
+    uint8_t stale = 0;  // outputs start where no call would point them
+    constexpr uint64_t kStale = 0xdeadbeefcafef00dULL;
+    uint8_t* image = &stale;
+    uint8_t* info = &stale;
+    uint64_t imageSize = kStale, infoSize = kStale;
+
+    testing::internal::CaptureStdout();
+    const int32_t r =
+        Temperature_GetFrameInfo(c.calType, frame, c.size, &image, &imageSize, &info, &infoSize);
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
+
+    const bool ok = std::string(c.output).empty();
+    const bool split = ok || std::string(c.output) == "CalType error\n";
+    EXPECT_EQ(r, ok ? 0 : -1);
+    EXPECT_EQ(image, split ? frame : &stale);
+    EXPECT_EQ(imageSize, split ? c.size - 512 : kStale);
+    EXPECT_EQ(info, split ? frame + (c.size - 512) : &stale);
+    EXPECT_EQ(infoSize, ok ? 512u : kStale);
 }
 
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Sizes, FrameInfo, testing::Values(
+    FrameCase{"Exactly512", 512, false, 21, ""},
+    FrameCase{"ImageInFront", 513, false, 54, ""},
+    FrameCase{"OneShort", 511, false, 21, "BufSize error\n"},
+    FrameCase{"Empty", 0, false, 21, "BufSize error\n"},
+    FrameCase{"NullShort", 100, true, 21, "BufSize error\n"},
+    FrameCase{"SizeBeforeCalType", 511, false, 53, "BufSize error\n"},
+    FrameCase{"UnknownCalType", 512, false, 53, "CalType error\n"}),
+    [](const testing::TestParamInfo<FrameCase>& i) { return std::string(i.param.name); });
+// clang-format on
+
+// Numbers no camera uses and a ladder CalType that does not convert yet: to
+// the dispatching entries both are unknown.
 class UnknownCalType : public testing::TestWithParam<int32_t> {};
 
 TEST_P(UnknownCalType, EveryEntryFailsQuietly) {
     const int32_t calType = GetParam();
     Block b = test::workedBlockRange2();
     const auto before = b.snapshot();
+    TempPara para, stale;
+    std::memset(&para, 0xc3, sizeof para);
+    std::memcpy(&stale, &para, sizeof para);
 
     testing::internal::CaptureStdout();
     EXPECT_EQ(KALVIRO_Gray2Temp_Init(calType, 1000, b.info(), 0.95f, 0.0f), 0.0f);
@@ -66,116 +88,95 @@ TEST_P(UnknownCalType, EveryEntryFailsQuietly) {
     EXPECT_EQ(KALVIRO_Gray2Temp_Real_GET(calType), nullptr);
     EXPECT_EQ(KALVIRO_GetIT_GET(calType), nullptr);
     EXPECT_EQ(KALVIRO_IsAlgSurport(calType), 0);
-
-    TempPara para;
-    std::memset(&para, 0xc3, sizeof para);
-    TempPara stale;
-    std::memcpy(&stale, &para, sizeof para);
     EXPECT_EQ(KALVIRO_GetTempPara(calType, b.info(), &para), 0);
-    EXPECT_EQ(std::memcmp(&para, &stale, sizeof para), 0) << "para must stay as it was";
-
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "only the frame split prints";
+    EXPECT_EQ(std::memcmp(&para, &stale, sizeof para), 0) << "para stays as it was";
     EXPECT_EQ(b.snapshot(), before) << "no per-frame stage may run";
 }
 
-INSTANTIATE_TEST_SUITE_P(All, UnknownCalType, testing::ValuesIn(unknownCalTypes()),
-                         [](const testing::TestParamInfo<int32_t>& i) {
-                             const int32_t v = i.param;
-                             return (v < 0 ? "Minus" + std::to_string(-static_cast<int64_t>(v))
-                                           : std::to_string(v));
-                         });
+INSTANTIATE_TEST_SUITE_P(Numbers, UnknownCalType, testing::Values(53, 0, -1, 11, 141, 81));
 
-class ConvertingCalType : public testing::TestWithParam<Exports> {};
+TEST(KnownCalTypes, EveryConvertingCalTypeIsSupported) {
+#define CONVERTING(nn, layout, hasIT, converts) KALVIRO_IF(converts, nn, )
+    for (int32_t calType : {KALVIRO_CALTYPES(CONVERTING)})
+        EXPECT_EQ(KALVIRO_IsAlgSurport(calType), 1) << calType;
+#undef CONVERTING
+    for (int32_t calType : {12, 22, 60}) EXPECT_EQ(KALVIRO_GetIT_GET(calType), nullptr) << calType;
+}
 
-TEST_P(ConvertingCalType, ForwardsToItsOwnRow) {
-    const Exports& e = GetParam();
-    EXPECT_EQ(KALVIRO_IsAlgSurport(e.calType), 1);
-    EXPECT_EQ(KALVIRO_Gray2Temp_Init_GET(e.calType), e.init);
-    EXPECT_EQ(KALVIRO_Gray2Temp_Real_GET(e.calType), e.real);
-    // The five without a GetITValue have a null slot; the others a function.
-    const bool noIT = e.calType == 12 || e.calType == 22 || e.calType == 60 || e.calType == 61 ||
-                      e.calType == 62;
-    EXPECT_EQ(KALVIRO_GetIT_GET(e.calType) == nullptr, noIT);
-
-    // The entry passes gray, block, emissivity and distance on unchanged:
-    // the same answers as the CalType's own function.
-    // One frame first, so that first-frame latches have settled for both.
-    Block a = test::workedBlockRange2();
+// Gray 0 stands for no pixel: nothing runs. The 16-bit gray is widened with
+// zeros, so 65535 never becomes -1.
+TEST(TempFromGray, ZeroReturnsAtOnceAndTopGrayIsWidenedWithZeros) {
     Block b = test::workedBlockRange2();
-    Block settle = test::workedBlockRange2();
-    e.once(1234, settle.info(), 0.83f, 7.0f);
-    const float viaEntry = KALVIRO_Gray2Temp_Once(e.calType, 1234, a.info(), 0.83f, 7.0f);
-    const float direct = e.once(1234, b.info(), 0.83f, 7.0f);
-    EXPECT_EQ(std::memcmp(&viaEntry, &direct, sizeof direct), 0);
-    EXPECT_EQ(a.snapshot(), b.snapshot());
-    EXPECT_EQ(KALVIRO_Gray2Temp_Real(e.calType, 999, a.info(), 0.83f, 7.0f), e.real(999, b.info(), 0.83f, 7.0f));
+    const auto before = b.snapshot();
+    EXPECT_EQ(Temperature_GetTempFromGray(0, b.info(), nullptr, 21, 0.95f, 0.0f), 0.0f);
+    EXPECT_EQ(b.snapshot(), before);
+
+    Block viaGray = test::workedBlockRange2(), wide = test::workedBlockRange2();
+    const float top = Temperature_GetTempFromGray(65535, viaGray.info(), &wide, 21, 0.95f, 0.0f);
+    EXPECT_EQ(top, KALVIRO_Gray2Temp_Once(21, 65535, wide.info(), 0.95f, 0.0f));
+    EXPECT_GT(top, 1000.0f);  // far up the extrapolated last row
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ConvertingCalType, testing::ValuesIn(kConverting),
-                         [](const testing::TestParamInfo<Exports>& i) {
-                             return std::to_string(i.param.calType);
-                         });
-
-TEST(CalTypeTable, AscendingAndHoldsExactlyTheConvertingCalTypes) {
-    ASSERT_EQ(kalviro_table_size, static_cast<int32_t>(kConverting.size()));
-    for (int32_t i = 0; i < kalviro_table_size; ++i) {
-        const CalTypeEntry& row = kalviro_table[i];
-        EXPECT_EQ(row.calType, kConverting[static_cast<size_t>(i)].calType);
-        if (i > 0) {
-            EXPECT_LT(kalviro_table[i - 1].calType, row.calType);
-        }
-        EXPECT_NE(row.init, nullptr);
-        EXPECT_NE(row.real, nullptr);
-        EXPECT_NE(row.once, nullptr);
-        EXPECT_NE(row.getTempPara, nullptr);
-    }
-}
-
-TEST(CalTypeTable, NoGetITForTheFiveWithoutOne) {
-    for (int32_t calType : {12, 22, 60, 61, 62}) EXPECT_EQ(KALVIRO_GetIT_GET(calType), nullptr) << calType;
-}
-
-// Gray 0 stands for no pixel: nothing runs, the block stays as the camera
-// sent it.
-TEST(TempFromGray, ZeroReturnsAtOnceEvenForAKnownCalType) {
-    for (int32_t calType : {21, 54}) {
-        Block b = test::workedBlockRange2();
-        b.with(field::atmA, 0).with(field::atmB, 0).with(field::warmShift, 7.5f).with(field::shutterDrift, 99);
-        const auto before = b.snapshot();
-        EXPECT_EQ(Temperature_GetTempFromGray(0, b.info(), nullptr, calType, 0.95f, 0.0f), 0.0f) << calType;
-        EXPECT_EQ(b.snapshot(), before) << calType;
-    }
-}
-
-// The 16-bit gray is widened with zeros: 65535 stays 65535 and never becomes
-// -1. reserved is never read, so any pointer will do.
-TEST(TempFromGray, TopGrayIsWidenedWithZeros) {
-    Block a = test::workedBlockRange2();
-    Block b = test::workedBlockRange2();
-    Block c = test::workedBlockRange2();
-    void* reserved = &a;
-    const float viaGray = Temperature_GetTempFromGray(65535, a.info(), reserved, 21, 0.95f, 0.0f);
-    const float wide = KALVIRO_Gray2Temp_Once(21, 65535, b.info(), 0.95f, 0.0f);
-    const float minusOne = KALVIRO_Gray2Temp_Once(21, -1, c.info(), 0.95f, 0.0f);
-    EXPECT_EQ(viaGray, wide);
-    EXPECT_NE(viaGray, minusOne);
-    EXPECT_GT(viaGray, 1000.0f);  // far up the extrapolated last row
-}
-
-// A null block is refused with the failure value instead of faulting, and so
-// is the null GetIT slot of CalType 22.
-TEST(Hardening, NullBlockAndNullSlot) {
+TEST(Hardening, NullBlockAndNullGetITSlot) {
     EXPECT_EQ(KALVIRO_Gray2Temp_Init(21, 1000, nullptr, 0.95f, 0.0f), 0.0f);
     EXPECT_EQ(KALVIRO_Gray2Temp_Real(21, 1000, nullptr, 0.95f, 0.0f), 0.0f);
-    EXPECT_EQ(KALVIRO_Gray2Temp_Once(21, 1000, nullptr, 0.95f, 0.0f), 0.0f);
     EXPECT_EQ(Temperature_GetTempFromGray(1000, nullptr, nullptr, 21, 0.95f, 0.0f), 0.0f);
     EXPECT_EQ(KALVIRO_GetIT(21, nullptr), 0.0);
-    EXPECT_EQ(Gray2Temp_Init_21(1000, nullptr, 0.95f, 0.0f), 0.0f);
-    EXPECT_EQ(GetITValue_21(nullptr), 0.0);
-
     Block b = test::workedBlockRange2();
     EXPECT_EQ(KALVIRO_GetIT(22, b.info()), 0.0);
+}
+
+// Five words, the sixth from 0x134 (short form) or 0x138 (long form), and in
+// the long form the 81 opaque bytes from 0x188; copied, never converted.
+// Through the entry the rest is zeroed; TempPara_get itself clears nothing.
+struct ParaCase {
+    const char* name;
+    int32_t calType;  // 0: TempPara_get_121 itself
+    bool longForm;
+};
+
+class GetTempPara : public testing::TestWithParam<ParaCase> {};
+
+TEST_P(GetTempPara, ByteForByte) {
+    const ParaCase& c = GetParam();
+    Block b;
+    for (int i = 0; i < 512; ++i) b.raw()[i] = static_cast<uint8_t>(i * 7 + 3);
+    b.with(field::lensType, static_cast<int32_t>(0x7f800001u)).with(field::humidity, INT32_MIN);
+    const auto before = b.snapshot();
+    TempPara para;
+    std::memset(&para, 0xab, sizeof para);
+    const int32_t r =
+        c.calType ? KALVIRO_GetTempPara(c.calType, b.info(), &para) : (TempPara_get_121(b.info(), &para), 1);
+    EXPECT_EQ(r, 1);
+
+    std::array<uint8_t, sizeof(TempPara)> want;
+    want.fill(c.calType ? 0 : 0xab);
+    const uint32_t from[] = {0x0d4, 0x110, 0x114, 0x0f0, 0x104, c.longForm ? 0x138u : 0x134u};
+    for (int i = 0; i < 6; ++i) std::memcpy(want.data() + 4 * i, b.raw() + from[i], 4);
+    if (c.longForm) std::memcpy(want.data() + 0x18, b.raw() + 0x188, 81);
+    EXPECT_EQ(std::memcmp(&para, want.data(), sizeof para), 0);
+    EXPECT_EQ(b.snapshot(), before);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Forms, GetTempPara, testing::Values(
+    ParaCase{"Short21", 21, false}, ParaCase{"Long54", 54, true}, ParaCase{"Direct121", 0, true}),
+    [](const testing::TestParamInfo<ParaCase>& i) { return std::string(i.param.name); });
+// clang-format on
+
+// Callers compare the texts as they are; nothing is written past the zero.
+TEST(Version, TextsToTheCharacter) {
+    char text[32];
+    std::memset(text, 'x', sizeof text);
+    KALVIRO_GetVersion(text);
+    EXPECT_EQ(std::strlen(text), 21u);
+    EXPECT_EQ(std::string(text, 23), std::string("Sep  1 2019 20:07:03\n\0x", 23));
+    std::memset(text, 'x', sizeof text);
+    KALVIRO_GetVersionMinute(text);
+    EXPECT_EQ(std::strlen(text), 8u);
+    EXPECT_EQ(std::string(text, 10), std::string("V_0.0.29\0x", 10));
 }
 
 }  // namespace

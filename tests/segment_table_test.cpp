@@ -3,6 +3,7 @@
 // search open-closed, so a value on a bound lands in different rows.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -31,87 +32,59 @@ struct BoundCase {
     float openClosed;
 };
 
-class RowTest : public testing::TestWithParam<BoundCase> {};
+class RowTestOnBounds : public testing::TestWithParam<BoundCase> {};
 
-TEST_P(RowTest, BoundsAndSentinels) {
+TEST_P(RowTestOnBounds, LandsInTheRowOfItsTest) {
     const BoundCase& c = GetParam();
-    EXPECT_EQ(segmentLookup(kRows, 4, c.v, kalviro::RowTest::ClosedOpen), c.closedOpen);
-    EXPECT_EQ(segmentLookup(kRows, 4, c.v, kalviro::RowTest::OpenClosed), c.openClosed);
+    EXPECT_EQ(segmentLookup(kRows, 4, c.v, RowTest::ClosedOpen), c.closedOpen);
+    EXPECT_EQ(segmentLookup(kRows, 4, c.v, RowTest::OpenClosed), c.openClosed);
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(Rows, RowTest, testing::Values(
+INSTANTIATE_TEST_SUITE_P(Rows, RowTestOnBounds, testing::Values(
     BoundCase{"BelowLowSentinel", -131071.0f, 0.0f, 0.0f},
     BoundCase{"OnLowSentinel", -131070.0f, 10.0f, 0.0f},
-    BoundCase{"OnFirstBound", -300.0f, 20.0f, 10.0f},
     BoundCase{"OnZeroPoint", 0.0f, 30.0f, 20.0f},
-    BoundCase{"OnThirdBound", 300.0f, 40.0f, 30.0f},
-    BoundCase{"Inside", 5.0f, 30.0f, 30.0f},
     BoundCase{"OnHighSentinel", 131070.0f, 0.0f, 40.0f},
     BoundCase{"AboveHighSentinel", 131071.0f, 0.0f, 0.0f}),
     [](const testing::TestParamInfo<BoundCase>& i) { return std::string(i.param.name); });
 // clang-format on
 
-TEST(SegmentLookup, OnlyTheRowsInUseAreSearched) {
-    EXPECT_EQ(segmentLookup(kRows, 3, 500.0f, kalviro::RowTest::OpenClosed), 0.0f);
-    EXPECT_EQ(segmentLookup(kRows, 4, 500.0f, kalviro::RowTest::OpenClosed), 40.0f);
-}
-
-Block plainRange2(std::initializer_list<float> curve, float s) { return test::plainBlock(2, curve, s); }
-
-const std::initializer_list<float> kExampleCurve = {-1300, -800, -300, 300, 900, 1700,
+const std::initializer_list<float> kExampleCurve = {-1300, -800, -300, 300,  900,  1700,
                                                     2500,  3700, 4900, 6100, 7300, 8900};
 
+Block plainRange2(float s) { return test::plainBlock(2, kExampleCurve, s); }
+
 // g[1] = -800, g[2] = -300, g[3] = 300: at v = 0 the per-pixel stage takes
-// row 2, the per-frame stage row 3, both anchored on 25 degrees.
+// row 2, the per-frame stage row 3, both anchored on 25 degrees there.
 TEST(Range2, ExampleCurveAtTheZeroPoint) {
-    Block b = plainRange2(kExampleCurve, 0.0f);
+    Block b = plainRange2(0.0f);
     Camera cam(21);
     EXPECT_EQ(cam.init(0, b.info(), 1.0f, 0.0f), 25.0f);
     EXPECT_EQ(cam.real(0, b.info(), 1.0f, 0.0f), 25.0f);
     const TempSegment* rows = cam.state().tempdata;
     EXPECT_EQ(rows[2].grayHigh, 0.0f);
     EXPECT_EQ(rows[3].grayLow, 0.0f);
-    EXPECT_EQ(segmentTemp(rows[2], 0.0f), 25.0f);
-    EXPECT_EQ(segmentTemp(rows[3], 0.0f), 25.0f);
 }
 
-// With g[3] = 600 the two rows beside the zero point differ in slope, and a
-// shift of 30 makes the choice visible: row 2 gives 26, row 3 gives 25.5.
-TEST(Range2, StagesPickDifferentRowsOnABound) {
-    Block b = plainRange2({-1300, -800, -300, 600, 900, 1700, 2500, 3700, 4900, 6100, 7300, 8900}, 30.0f);
-    Camera cam(21);
-    EXPECT_EQ(cam.init(0, b.info(), 1.0f, 0.0f), 25.5f);
-    EXPECT_EQ(cam.real(0, b.info(), 1.0f, 0.0f), 26.0f);
-}
-
+// No row: raw temperature 0.0, which the final scaling turns into -0.02 with
+// the air at 25 degrees; a row at a sentinel lies far out on the scale.
 struct SentinelCase {
     const char* name;
     int32_t v;
-    bool frameFindsRow;
-    bool pixelFindsRow;
+    bool frameFindsRow, pixelFindsRow;
 };
 
 class Range2Sentinels : public testing::TestWithParam<SentinelCase> {};
 
-// No row: raw temperature 0.0, which final scaling turns into -0.02 with the
-// air at 25 degrees; a row at the sentinels lies far out on the scale.
 TEST_P(Range2Sentinels, NoRowIsZeroNotTheEndOfTheScale) {
     const SentinelCase& c = GetParam();
-    Block b = plainRange2(kExampleCurve, 0.0f);
+    Block b = plainRange2(0.0f);
     Camera cam(21);
     const float frame = cam.init(c.v, b.info(), 1.0f, 0.0f);
     const float pixel = cam.real(c.v, b.info(), 1.0f, 0.0f);
-    if (c.frameFindsRow) {
-        EXPECT_GT(std::abs(frame), 1000.0f);
-    } else {
-        EXPECT_EQ(frame, -0.02f);
-    }
-    if (c.pixelFindsRow) {
-        EXPECT_GT(std::abs(pixel), 1000.0f);
-    } else {
-        EXPECT_EQ(pixel, -0.02f);
-    }
+    EXPECT_TRUE(c.frameFindsRow ? std::fabs(frame) > 1000.0f : frame == -0.02f) << frame;
+    EXPECT_TRUE(c.pixelFindsRow ? std::fabs(pixel) > 1000.0f : pixel == -0.02f) << pixel;
 }
 
 // clang-format off
@@ -119,21 +92,18 @@ INSTANTIATE_TEST_SUITE_P(Bounds, Range2Sentinels, testing::Values(
     SentinelCase{"BelowLow", -131071, false, false},
     SentinelCase{"OnLow", -131070, true, false},
     SentinelCase{"OnHigh", 131070, false, true},
-    SentinelCase{"AboveHigh", 131071, false, false},
-    SentinelCase{"FarAbove", 1000000, false, false}),
+    SentinelCase{"AboveHigh", 131071, false, false}),
     [](const testing::TestParamInfo<SentinelCase>& i) { return std::string(i.param.name); });
 // clang-format on
 
 // Far above the last curve point the last row goes on with its slope:
 // (100000 - 7300) / 40 + 210.
 TEST(Range2, ExtrapolatesOnTheLastRow) {
-    Block b = plainRange2(kExampleCurve, 0.0f);
+    Block b = plainRange2(0.0f);
     Camera cam(21);
     cam.init(0, b.info(), 1.0f, 0.0f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, kalviro::RowTest::OpenClosed), 2527.5f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, kalviro::RowTest::ClosedOpen), 2527.5f);
-    EXPECT_GT(cam.real(100000, b.info(), 1.0f, 0.0f), 2500.0f);
-    EXPECT_GT(cam.init(100000, b.info(), 1.0f, 0.0f), 2500.0f);
+    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, RowTest::OpenClosed), 2527.5f);
+    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, RowTest::ClosedOpen), 2527.5f);
 }
 
 class Range2Shift : public testing::TestWithParam<float> {};
@@ -142,47 +112,26 @@ class Range2Shift : public testing::TestWithParam<float> {};
 // and v = 0 stays on row 3 with 25 + s / (g[3] / 10), however far it goes.
 TEST_P(Range2Shift, MovesTheTemperatureNotTheRow) {
     const float s = GetParam();
-    Block plain = plainRange2(kExampleCurve, 0.0f);
-    Block shifted = plainRange2(kExampleCurve, s);
-    Camera reference(21);
-    Camera cam(21);
+    Block plain = plainRange2(0.0f), shifted = plainRange2(s);
+    Camera reference(21), cam(21);
     reference.init(0, plain.info(), 1.0f, 0.0f);
     cam.init(0, shifted.info(), 1.0f, 0.0f);
     for (int i = 0; i < 12; ++i) {
         EXPECT_EQ(cam.state().tempdata[i].grayLow, reference.state().tempdata[i].grayLow) << "row " << i;
         EXPECT_EQ(cam.state().tempdata[i].grayHigh, reference.state().tempdata[i].grayHigh) << "row " << i;
     }
-    EXPECT_EQ(cam.state().tempdata[3].grayBase, -s);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 0.0f, kalviro::RowTest::ClosedOpen),
+    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 0.0f, RowTest::ClosedOpen),
               s / (300.0f / 10.0f) + 25.0f);
 }
 
-INSTANTIATE_TEST_SUITE_P(Shifts, Range2Shift, testing::Values(0.0f, 7.5f, -15.0f, 30.0f, 600.0f, -250.0f));
-
-// A tempRange 3 frame with the lookup value equal to the gray value, held
-// shift s = 100, air at 25 degrees.
-Block plainRange3() { return test::plainBlock(3, {-500, 0, 500, 1500, 2700, 4000, 6800, 9900}, 100.0f); }
-
-// In tempRange 3 both stages test open-closed: v = g[2] stays on row 1 (260
-// degrees; row 2 would give 255.5).
-TEST(Range3, BothStagesTakeTheLowerRowOnABound) {
-    Block b = plainRange3();
-    Camera cam(21);
-    const float frame = cam.init(500, b.info(), 1.0f, 0.0f);
-    const float pixel = cam.real(500, b.info(), 1.0f, 0.0f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 7, 500.0f, kalviro::RowTest::OpenClosed), 260.0f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 7, 500.0f, kalviro::RowTest::ClosedOpen), 255.5f);
-    EXPECT_EQ(frame, 260.31f);
-    EXPECT_EQ(pixel, 260.31f);
-}
+INSTANTIATE_TEST_SUITE_P(Shifts, Range2Shift, testing::Values(7.5f, -15.0f, 600.0f));
 
 // Rows 7 to 11 of a tempRange 2 frame outlive a tempRange 3 frame, and have
 // no effect: the search of tempRange 3 ends at row 6.
 TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
-    Block first = plainRange2(kExampleCurve, 0.0f);
-    Block second = plainRange3();
-    Camera both(21);
-    Camera onlyRange3(21);
+    Block first = plainRange2(0.0f);
+    Block second = test::plainBlock(3, {-500, 0, 500, 1500, 2700, 4000, 6800, 9900}, 100.0f);
+    Camera both(21), onlyRange3(21);
     both.init(0, first.info(), 1.0f, 0.0f);
     TempSegment old[12];
     std::memcpy(old, both.state().tempdata, sizeof old);
@@ -191,9 +140,9 @@ TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
 
     EXPECT_EQ(std::memcmp(both.state().tempdata + 7, old + 7, 5 * sizeof(TempSegment)), 0);
     EXPECT_EQ(std::memcmp(both.state().tempdata, onlyRange3.state().tempdata, 7 * sizeof(TempSegment)), 0);
-    EXPECT_NE(std::memcmp(both.state().tempdata + 7, onlyRange3.state().tempdata + 7, 5 * sizeof(TempSegment)), 0);
-    for (int32_t gray : {-200000, -131070, -500, 0, 500, 3000, 9900, 131070, 131071}) {
-        EXPECT_EQ(both.real(gray, second.info(), 1.0f, 0.0f), onlyRange3.real(gray, second.info(), 1.0f, 0.0f))
+    for (int32_t gray : {-131070, 0, 500, 9900, 131070, 131071}) {
+        EXPECT_EQ(both.real(gray, second.info(), 1.0f, 0.0f),
+                  onlyRange3.real(gray, second.info(), 1.0f, 0.0f))
             << gray;
     }
 }
