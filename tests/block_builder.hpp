@@ -13,6 +13,7 @@
 
 #include "core/block.hpp"
 #include "kalviro.h"
+#include "sample_block.h"
 
 namespace kalviro::test {
 
@@ -57,33 +58,10 @@ private:
 };
 
 // The worked block of the baseline in tempRange 2 (per-frame 5392, per-pixel
-// 5388 for gray 1000 at emissivity 0.95).
+// 5388 for gray 1000 at emissivity 0.95), as the sample program lays it down.
 inline Block workedBlockRange2() {
     Block b;
-    b.curve({-1600, -1000, -400, 400, 1100, 2100, 3100, 4700, 6300, 7900, 9500, 11700})
-        .gains(1.0f)
-        .with(field::warmDiffLow, 2.0f)
-        .with(field::warmDiffHigh, 6.0f)
-        .with(field::shutterQuad, 0.5f)
-        .with(field::shutterLin, 2.0f)
-        .with(field::grayOffset, 10.0f)
-        .with(field::warmDivisor, 25.0f)
-        .with(field::driftGain, 1.0f)
-        .with(field::upTime, 600)
-        .with(field::tempCH1, 2500)
-        .with(field::tempCH3, 3000)
-        .with(field::tempCH2, 3100)
-        .with(field::tempCH5, 2900)
-        .with(field::distance, 1000)
-        .with(field::tempGain, 100)
-        .with(field::humidity, 60)
-        .with(field::tempOffset, 0)
-        .with(field::grayBias, 0)
-        .with(field::grayRef, 0)
-        .with(field::shutterCH2, 30.0f)
-        .with(field::shutterCH3, 29.0f)
-        .with(field::warmHold, 0)
-        .with(field::tempRange, 2);
+    fill_worked_block(b.raw());
     return b;
 }
 
