@@ -153,23 +153,8 @@ inline std::vector<Block> vectorFrames(const char* name) {
 // body drift (m = 25), no gray offset, the shift held at s. Air at 25 degrees,
 // neutral distance, neutral gain, past the warm-up.
 inline Block plainBlock(int32_t tempRange, std::initializer_list<float> curve, float s) {
-    Block b;
-    b.curve(curve)
-        .gains(1.0f)
-        .with(field::tempRange, tempRange)
-        .with(field::shutterCH2, 25.0f)
-        .with(field::shutterCH3, 25.0f)
-        .with(field::warmDivisor, 1.0f)
-        .with(field::warmHold, 1)
-        .with(field::warmShift, s)
-        .with(field::tempCH1, 2500)
-        .with(field::tempCH2, 2500)
-        .with(field::tempCH3, 2500)
-        .with(field::tempCH5, 2500)
-        .with(field::distance, 150)
-        .with(field::humidity, 60)
-        .with(field::tempGain, 100)
-        .with(field::upTime, 2000);
+    Block b = quietBlock();
+    b.curve(curve).with(field::tempRange, tempRange).with(field::warmHold, 1).with(field::warmShift, s);
     return b;
 }
 
