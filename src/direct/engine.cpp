@@ -61,6 +61,9 @@ float lookupValue(Join join, float constD, const CalState& st, const FrameCtx& c
 
 float frameAir(Air air, const FrameCtx& c) { return air == Air::C2 ? c.c2 : c.c1; }
 
+// The static that carries the per-pixel air temperature: const_CH2 holds c2.
+bool pixelAirIsC2(Air air) { return air == Air::C1FrameC2 || air == Air::C2; }
+
 }  // namespace
 
 int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
@@ -83,7 +86,7 @@ int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray,
     }
 
     FrameCtx c = frameCtx(block, gf);
-    if (r.air == Air::C1FrameC2 || r.air == Air::C2) {
+    if (pixelAirIsC2(r.air)) {
         st.const_CH2 = c.c2;
     } else {
         st.const_CH1 = c.c1;
@@ -131,7 +134,7 @@ float engineRealtime(const Recipe& r, const CalState& st, const uint8_t* block, 
         T = segmentLookup(st.tempdata, gridRows(br->grid), static_cast<float>(v), RowTest::OpenClosed);
     }
 
-    const float air = (r.air == Air::C1FrameC2 || r.air == Air::C2) ? st.const_CH2 : st.const_CH1;
+    const float air = pixelAirIsC2(r.air) ? st.const_CH2 : st.const_CH1;
     const float Tc = atmospherePixel(T, block, air, distance, st.const_A3, st.const_B3);
     const float F = scalePixel(Tc, f, air, block);
 
