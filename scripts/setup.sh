@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing kalviro needs on a Debian machine, and
 # nothing that is already there: apt-get runs only when a package is missing.
+# Arguments name further packages (the Arm cross toolchain, say).
 set -euo pipefail
 
 packages=(
@@ -13,6 +14,7 @@ packages=(
     libgmock-dev
     libbenchmark-dev
     clang-format
+    "$@"
 )
 
 if ! command -v dpkg-query >/dev/null 2>&1; then
