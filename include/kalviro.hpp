@@ -2,65 +2,62 @@
 // on one CalType need not take turns as they must through the C entries.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kalviro.h"
 
 namespace kalviro {
 
-// CalType 22 remembers one warm-up peak per lens type.
-struct PeakSet {
-    float dCH5;  // peak of c5 - c1
-    int32_t dT;  // upTime at the peak
-    float xd;    // amplitude at the peak
+// What the list says of a CalType.
+enum class Layout : uint8_t { Base, Long };
+enum class Family : uint8_t {
+    None,     // not converting yet
+    Direct,   // one emissivity polynomial or Esp_Table, tempRange 2 to 4
+    Direct4,  // older Direct members with tempRange 2 to 5 (12, 60)
+    Ladder,   // the shared emissivity ladder, tempRange 2 to 4
+    Ladder4,  // ladder members with tempRange 2 to 5 (61, 62)
 };
 
-// Every static a CalType module keeps. Members a CalType does not use stay at
-// their initial values.
-struct CalState {
-    TempSegment tempdata[14]{};
-    float const_A3 = 0.0f;
-    float const_B3 = 0.0f;
-    float const_R = 0.0f;
-    float const_b = 0.0f;
-    float const_d = 0.0f;
-    float const_CH1 = 0.0f;
-    float const_CH2 = 0.0f;
-    float const_U = 0.0f;
-    float wCH5 = 0.0f;
-    float xd = 0.0f;
-    float w1 = 0.0f;
-    float w2 = 0.0f;
-    float dT = 0.0f;
-    float dCH5 = 0.0f;
-    float ch = 0.0f;
-    int32_t flag = 1;
-    int32_t init_flag = 0;
-    PeakSet lens[2]{{0.0f, 0, 0.0f}, {0.0f, 0, 0.0f}};
+struct CalTypeInfo {
+    int32_t calType;
+    Layout layout;  // Long: block fields at 0x134/0x138 moved, long TempPara
+    bool hasGetIT;  // has GetITValue_NN
+    Family family;
+
+    constexpr bool converts() const { return family != Family::None; }
 };
 
-// The statics as loaded: all zero but flag, and CalType 22's peaks at 8.0
-// (lens 1) and 6.5 (lens 2).
-constexpr CalState initialState(int32_t calType) {
-    CalState s{};
-    if (calType == 22) {
-        s.lens[0].dCH5 = 8.0f;
-        s.lens[1].dCH5 = 6.5f;
+#define KALVIRO_LAYOUT_BASE ::kalviro::Layout::Base
+#define KALVIRO_LAYOUT_LONG ::kalviro::Layout::Long
+#define KALVIRO_FAMILY_NONE ::kalviro::Family::None
+#define KALVIRO_FAMILY_DIRECT ::kalviro::Family::Direct
+#define KALVIRO_FAMILY_DIRECT4 ::kalviro::Family::Direct4
+#define KALVIRO_FAMILY_LADDER ::kalviro::Family::Ladder
+#define KALVIRO_FAMILY_LADDER4 ::kalviro::Family::Ladder4
+#define KALVIRO_INFO(nn, layout, hasIT, family) \
+    CalTypeInfo{nn, KALVIRO_LAYOUT_##layout, hasIT != 0, KALVIRO_FAMILY_##family},
+// All CalTypes of the list, ascending, converting or not.
+inline constexpr CalTypeInfo kCalTypes[KALVIRO_CALTYPE_COUNT] = {KALVIRO_CALTYPES(KALVIRO_INFO)};
+#undef KALVIRO_INFO
+
+// The list's entry for a CalType, or null when there is none.
+constexpr const CalTypeInfo* findCalType(int32_t calType) {
+    for (const CalTypeInfo& c : kCalTypes) {
+        if (c.calType == calType) return &c;
     }
-    return s;
+    return nullptr;
 }
-
-struct Module;
 
 class KALVIRO_API Camera {
 public:
     // A CalType that does not convert gives a camera whose calls return the
-    // failure values of the C entries.
+    // failure values of the C entries. The statics start as loaded: a new
+    // camera is a camera switched on. A copy carries the statics along.
     explicit Camera(int32_t calType) noexcept;
 
     bool valid() const noexcept { return module_ != nullptr; }
     int32_t calType() const noexcept { return calType_; }
-    const CalState& state() const noexcept { return state_; }
 
     float init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) noexcept;
     float real(int32_t gray, const TempFrameInfo* block, float emissivity, float distance) const noexcept;
@@ -76,10 +73,15 @@ public:
     void realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
                    float distance, float* out, KalviroFrameTable& table) const noexcept;
 
+    // Room for the statics; their layout is the library's own.
+    static constexpr std::size_t kStateSize = 512;
+    static constexpr std::size_t kStateAlign = 8;
+
 private:
+    friend struct CameraAccess;
     int32_t calType_;
-    const Module* module_;
-    CalState state_;
+    const void* module_;
+    alignas(kStateAlign) unsigned char state_[kStateSize];
 };
 
 }  // namespace kalviro

@@ -14,6 +14,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // The worked block of a range; any other range keeps the tempRange 4 block.
 Block workedBlock(int32_t range) {
@@ -54,7 +55,7 @@ TEST_P(WarmShift, TableAndBlock) {
         .with(field::warmShift, 7.5f);
     Camera cam(21);
     cam.init(1000, b.info(), 0.95f, 0.0f);
-    const TempSegment* rows = cam.state().tempdata;
+    const TempSegment* rows = stateOf(cam).tempdata;
     EXPECT_EQ(c.range == 2 ? rows[3].grayBase : rows[0].grayBase,
               c.range == 2 ? -c.applied : -1000.0f - c.applied);
     EXPECT_EQ(b.read(field::warmShift), c.stored);
@@ -91,7 +92,7 @@ TEST_P(DriftCounts, QuadrupledOrLongRun) {
     Camera cam(21);
     cam.init(1000, b.info(), 0.95f, 0.0f);
     EXPECT_EQ(b.read(field::shutterDrift), c.shutterDrift);
-    EXPECT_EQ(cam.state().const_d, c.constD);
+    EXPECT_EQ(stateOf(cam).const_d, c.constD);
 }
 
 // clang-format off
@@ -184,7 +185,7 @@ TEST_P(UnknownRange, TailRunsOnZero) {
     Camera cam(21);
     Block first = test::workedBlockRange2();
     cam.init(1000, first.info(), 0.95f, 0.0f);
-    const CalState before = cam.state();
+    const CalState before = stateOf(cam);
 
     Block b = test::workedBlockRange2();
     b.with(field::tempRange, GetParam())
@@ -194,9 +195,9 @@ TEST_P(UnknownRange, TailRunsOnZero) {
     EXPECT_EQ(cam.init(1000, b.info(), 1.0f, 0.0f), -0.02f);
     EXPECT_EQ(cam.real(1000, b.info(), 1.0f, 0.0f), -0.02f);
     EXPECT_EQ(b.read(field::warmShift), 0.0f);
-    EXPECT_EQ(cam.state().const_b, before.const_b);
-    EXPECT_EQ(cam.state().const_d, before.const_d);
-    EXPECT_EQ(std::memcmp(cam.state().tempdata, before.tempdata, sizeof before.tempdata), 0);
+    EXPECT_EQ(stateOf(cam).const_b, before.const_b);
+    EXPECT_EQ(stateOf(cam).const_d, before.const_d);
+    EXPECT_EQ(std::memcmp(stateOf(cam).tempdata, before.tempdata, sizeof before.tempdata), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ranges, UnknownRange, testing::Values(0, 7, INT32_MIN));

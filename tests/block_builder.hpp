@@ -11,11 +11,15 @@
 #include <string>
 #include <vector>
 
+#include "api/module.hpp"
 #include "core/block.hpp"
 #include "kalviro.h"
 #include "sample_block.h"
 
 namespace kalviro::test {
+
+// The statics a camera holds.
+inline const CalState& stateOf(const Camera& cam) { return CameraAccess::state(cam); }
 
 class Block {
 public:

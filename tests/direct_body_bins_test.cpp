@@ -14,6 +14,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // Grid45 with the slopes 10, 12, 14, 16, 20, 24, 30, 36 on rows 0 to 7.
 constexpr float kCurve45[12] = {-830, -630, -450, -240, 200, 560, 1160, 2240, 3440, 4760, 6200, 8200};
@@ -66,7 +67,7 @@ TEST_P(BodyBins, ConstBOfTheBin) {
     test::atMean(b, c.mb - 20.0f);
     Camera cam(c.calType);
     cam.init(1000, b.info(), 1.0f, 0.0f);
-    EXPECT_EQ(cam.state().const_b, expected(c)) << c.note;
+    EXPECT_EQ(stateOf(cam).const_b, expected(c)) << c.note;
 }
 
 constexpr bool G = false, WG = true;

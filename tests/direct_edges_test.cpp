@@ -13,6 +13,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 enum class Read { Init, Real, Shift, ConstD, Xd, Row0 };
 
@@ -231,9 +232,9 @@ TEST_P(Edge, ValueAfterThePerFrameCall) {
         case Read::Init: break;
         case Read::Real: got = cam.real(c.gray, b.info(), c.emissivity, 0.0f); break;
         case Read::Shift: got = b.read(field::warmShift); break;
-        case Read::ConstD: got = cam.state().const_d; break;
-        case Read::Xd: got = cam.state().xd; break;
-        case Read::Row0: got = cam.state().tempdata[0].grayBase; break;
+        case Read::ConstD: got = stateOf(cam).const_d; break;
+        case Read::Xd: got = stateOf(cam).xd; break;
+        case Read::Row0: got = stateOf(cam).tempdata[0].grayBase; break;
     }
     EXPECT_EQ(got, c.want) << "CalType " << c.calType << ": " << c.note;
 }

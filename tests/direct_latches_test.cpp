@@ -13,6 +13,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // CalType 22 on Grid25, shutter mean 5 (mb 25): const_b = 0.
 struct PeakFrame {
@@ -44,7 +45,7 @@ TEST_P(Peaks22, ShiftAndPeakByFrame) {
         b.with(field::itRefTemp, GetParam().itRefTemp);
         test::atWarm(test::atMean(b, 5.0f), f.w);
         cam.init(0, b.info(), 1.0f, 0.0f);
-        const PeakSet& set = cam.state().lens[f.lensType == 2 ? 1 : 0];
+        const PeakSet& set = stateOf(cam).lens[f.lensType == 2 ? 1 : 0];
         EXPECT_EQ(b.read(field::warmShift), f.shift) << "frame " << ++n;
         EXPECT_EQ(set.dCH5, f.dCH5) << "frame " << n;
         EXPECT_EQ(set.dT, f.dT) << "frame " << n;
@@ -95,9 +96,9 @@ TEST_P(Latch, LimitsOfTheFirstFrameHold) {
             b.with(field::tempRange, f.tempRange).with(field::lensType, f.lensType);
             cam.init(1000, b.info(), 1.0f, 0.0f);
             ++n;
-            EXPECT_EQ(cam.state().init_flag, 1) << "CalType " << ct << ", frame " << n;
+            EXPECT_EQ(stateOf(cam).init_flag, 1) << "CalType " << ct << ", frame " << n;
             if (f.xd != kAny) {
-                EXPECT_EQ(cam.state().xd, f.xd) << "CalType " << ct << ", frame " << n;
+                EXPECT_EQ(stateOf(cam).xd, f.xd) << "CalType " << ct << ", frame " << n;
             }
         }
     }

@@ -10,6 +10,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // A curve on GridLow25 (-20 .. 50, zero point at 25) whose rows differ in
 // slope, past the warm-up (no shift), body at 25 degrees (no body drift).
@@ -34,14 +35,14 @@ TEST_P(OldFrame, AtmosphereAndBodyFromTheBlock) {
     const auto before = b.snapshot();
     cam.init(600, b.info(), 0.95f, 0.0f);
     EXPECT_EQ(b.snapshot(), before);
-    EXPECT_EQ(cam.state().const_A3, static_cast<float>(7 / 100.0));
-    EXPECT_EQ(cam.state().const_B3, static_cast<float>(250 / 1000.0));
-    EXPECT_EQ(cam.state().const_U, 1.0f);
-    EXPECT_EQ(cam.state().const_CH2, 25.0f);  // c1, despite the name
-    EXPECT_EQ(cam.state().const_b, 0.0f);
+    EXPECT_EQ(stateOf(cam).const_A3, static_cast<float>(7 / 100.0));
+    EXPECT_EQ(stateOf(cam).const_B3, static_cast<float>(250 / 1000.0));
+    EXPECT_EQ(stateOf(cam).const_U, 1.0f);
+    EXPECT_EQ(stateOf(cam).const_CH2, 25.0f);  // c1, despite the name
+    EXPECT_EQ(stateOf(cam).const_b, 0.0f);
     b.with(field::bodyTemp, 26);
     cam.init(600, b.info(), 0.95f, 0.0f);
-    EXPECT_EQ(cam.state().const_b, (25.0f - 26.0f) * (250.0f / 5.0f) * 2.0f);
+    EXPECT_EQ(stateOf(cam).const_b, (25.0f - 26.0f) * (250.0f / 5.0f) * 2.0f);
 }
 
 // The camera's drift counts join the gray value: divided by driftGain in
@@ -119,8 +120,8 @@ TEST(OldFrameFamily, TwelveAndSixtyDifferInTheEmissivityStageOnly) {
     Block b = oldBlock(2);
     b.with(field::tempCH1, 2000);
     EXPECT_NE(twelve.init(900, b.info(), 1.0f, 0.0f), sixty.init(900, b.info(), 1.0f, 0.0f));
-    EXPECT_EQ(twelve.state().const_b, sixty.state().const_b);
-    EXPECT_EQ(twelve.state().tempdata[9].grayBase, sixty.state().tempdata[9].grayBase);
+    EXPECT_EQ(stateOf(twelve).const_b, stateOf(sixty).const_b);
+    EXPECT_EQ(stateOf(twelve).tempdata[9].grayBase, stateOf(sixty).tempdata[9].grayBase);
 }
 
 }  // namespace

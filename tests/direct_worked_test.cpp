@@ -9,6 +9,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // The baseline's worked block on CalType 20 at emissivity 0.90: the same
 // table, but the air c1 in both stages and scaling about c1 by K.
@@ -27,11 +28,11 @@ TEST(DirectWorked, CalType20) {
     Camera cam(20);
     EXPECT_EQ(cam.init(1000, b.info(), 0.90f, 0.0f), static_cast<float>(kR) / 100.0f);
     EXPECT_EQ(b.read(field::shutterDrift), kDrift);
-    EXPECT_EQ(cam.state().const_b, kConstB);
-    EXPECT_EQ(cam.state().xd, kXd);
-    EXPECT_EQ(cam.state().const_d, static_cast<float>(kDrift));
-    EXPECT_EQ(cam.state().const_CH1, 25.0f);
-    EXPECT_EQ(cam.state().tempdata[5].grayBase, 1100.0f - kShift);
+    EXPECT_EQ(stateOf(cam).const_b, kConstB);
+    EXPECT_EQ(stateOf(cam).xd, kXd);
+    EXPECT_EQ(stateOf(cam).const_d, static_cast<float>(kDrift));
+    EXPECT_EQ(stateOf(cam).const_CH1, 25.0f);
+    EXPECT_EQ(stateOf(cam).tempdata[5].grayBase, 1100.0f - kShift);
     EXPECT_EQ(b.read(field::warmShift), 0.0f);  // tempRange 2 publishes 0.0
     EXPECT_EQ(cam.real(1000, b.info(), 0.90f, 0.0f), static_cast<float>(kBoosted) / 100.0f);
 
@@ -57,12 +58,12 @@ TEST(DirectWorked, CalType25) {
         .with(field::tempBinGain(1), 0.5f);
     Camera cam(25);
     EXPECT_EQ(cam.init(1011, b.info(), 0.90f, 0.0f), kInit);
-    EXPECT_EQ(cam.state().const_b, kConstB);
-    EXPECT_EQ(cam.state().const_d, 2.0f);
+    EXPECT_EQ(stateOf(cam).const_b, kConstB);
+    EXPECT_EQ(stateOf(cam).const_d, 2.0f);
     EXPECT_EQ(b.read(field::warmShift), kShift);  // 25 publishes its shift
-    EXPECT_EQ(cam.state().tempdata[8].grayBase, 800.0f - kShift);
-    EXPECT_EQ(cam.state().tempdata[8].graySlope, 200.0f);
-    EXPECT_EQ(cam.state().tempdata[10].grayHigh, 131070.0f);
+    EXPECT_EQ(stateOf(cam).tempdata[8].grayBase, 800.0f - kShift);
+    EXPECT_EQ(stateOf(cam).tempdata[8].graySlope, 200.0f);
+    EXPECT_EQ(stateOf(cam).tempdata[10].grayHigh, 131070.0f);
     EXPECT_EQ(cam.real(1011, b.info(), 0.90f, 0.0f), kReal);
     b.with(field::distance, 150);
     EXPECT_EQ(cam.init(1011, b.info(), 1.0f, 0.0f), kT);
@@ -92,11 +93,11 @@ TEST(DirectWorked, CalType54WithWindow) {
     test::atWarm(b, 400);
     Camera cam(54);
     EXPECT_EQ(cam.init(1000, b.info(), 0.90f, 0.0f), kInit);
-    EXPECT_EQ(cam.state().const_b, kConstB);
-    EXPECT_EQ(cam.state().const_d, kConstD);
-    EXPECT_EQ(cam.state().xd, kXd);
-    EXPECT_EQ(cam.state().tempdata[6].grayBase, kGrayBase6);
-    EXPECT_EQ(cam.state().tempdata[4].grayBase, 0.0f - kShift);  // rows 0 to 4 plain
+    EXPECT_EQ(stateOf(cam).const_b, kConstB);
+    EXPECT_EQ(stateOf(cam).const_d, kConstD);
+    EXPECT_EQ(stateOf(cam).xd, kXd);
+    EXPECT_EQ(stateOf(cam).tempdata[6].grayBase, kGrayBase6);
+    EXPECT_EQ(stateOf(cam).tempdata[4].grayBase, 0.0f - kShift);  // rows 0 to 4 plain
     EXPECT_EQ(b.read(field::warmShift), kShift);
     EXPECT_EQ(cam.real(1000, b.info(), 0.90f, 0.0f), kReal);
 }
@@ -121,14 +122,14 @@ TEST(DirectWorked, CalType22Lens1) {
     b.with(field::driftGain, 1.5f).with(field::itRefTemp, 30.0f).with(field::lensType, 1);
     Camera cam(22);
     EXPECT_EQ(cam.init(1000, b.info(), 0.90f, 0.0f), kInit);
-    EXPECT_EQ(cam.state().const_b, kConstB);
-    EXPECT_EQ(cam.state().const_d, kConstD);
-    EXPECT_EQ(cam.state().lens[0].xd, kXd);
-    EXPECT_EQ(cam.state().lens[0].dCH5, 4.0f);
-    EXPECT_EQ(cam.state().lens[0].dT, 600);
-    EXPECT_EQ(cam.state().wCH5, 30.0f);  // A2 keeps h
+    EXPECT_EQ(stateOf(cam).const_b, kConstB);
+    EXPECT_EQ(stateOf(cam).const_d, kConstD);
+    EXPECT_EQ(stateOf(cam).lens[0].xd, kXd);
+    EXPECT_EQ(stateOf(cam).lens[0].dCH5, 4.0f);
+    EXPECT_EQ(stateOf(cam).lens[0].dT, 600);
+    EXPECT_EQ(stateOf(cam).wCH5, 30.0f);  // A2 keeps h
     EXPECT_EQ(b.read(field::warmShift), kShift);
-    EXPECT_EQ(cam.state().tempdata[5].grayBase, kGrayBase5);
+    EXPECT_EQ(stateOf(cam).tempdata[5].grayBase, kGrayBase5);
     EXPECT_EQ(cam.real(1000, b.info(), 0.90f, 0.0f), kReal);
     b.with(field::distance, 150);
     Camera fresh(22);

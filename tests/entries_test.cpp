@@ -98,7 +98,7 @@ TEST_P(UnknownCalType, EveryEntryFailsQuietly) {
 INSTANTIATE_TEST_SUITE_P(Numbers, UnknownCalType, testing::Values(53, 0, -1, 11, 141, 81));
 
 TEST(KnownCalTypes, EveryConvertingCalTypeIsSupported) {
-#define CONVERTING(nn, layout, hasIT, converts) KALVIRO_IF(converts, nn, )
+#define CONVERTING(nn, layout, hasIT, family) KALVIRO_IF(KALVIRO_CONVERTS(family), nn, )
     for (int32_t calType : {KALVIRO_CALTYPES(CONVERTING)})
         EXPECT_EQ(KALVIRO_IsAlgSurport(calType), 1) << calType;
 #undef CONVERTING

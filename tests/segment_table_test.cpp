@@ -15,6 +15,7 @@ namespace kalviro {
 namespace {
 
 using test::Block;
+using test::stateOf;
 
 // Four rows, each answering its own tempBase: the slope is so steep that the
 // interpolated part vanishes.
@@ -62,7 +63,7 @@ TEST(Range2, ExampleCurveAtTheZeroPoint) {
     Camera cam(21);
     EXPECT_EQ(cam.init(0, b.info(), 1.0f, 0.0f), 25.0f);
     EXPECT_EQ(cam.real(0, b.info(), 1.0f, 0.0f), 25.0f);
-    const TempSegment* rows = cam.state().tempdata;
+    const TempSegment* rows = stateOf(cam).tempdata;
     EXPECT_EQ(rows[2].grayHigh, 0.0f);
     EXPECT_EQ(rows[3].grayLow, 0.0f);
 }
@@ -102,8 +103,8 @@ TEST(Range2, ExtrapolatesOnTheLastRow) {
     Block b = plainRange2(0.0f);
     Camera cam(21);
     cam.init(0, b.info(), 1.0f, 0.0f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, RowTest::OpenClosed), 2527.5f);
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 100000.0f, RowTest::ClosedOpen), 2527.5f);
+    EXPECT_EQ(segmentLookup(stateOf(cam).tempdata, 12, 100000.0f, RowTest::OpenClosed), 2527.5f);
+    EXPECT_EQ(segmentLookup(stateOf(cam).tempdata, 12, 100000.0f, RowTest::ClosedOpen), 2527.5f);
 }
 
 class Range2Shift : public testing::TestWithParam<float> {};
@@ -117,10 +118,10 @@ TEST_P(Range2Shift, MovesTheTemperatureNotTheRow) {
     reference.init(0, plain.info(), 1.0f, 0.0f);
     cam.init(0, shifted.info(), 1.0f, 0.0f);
     for (int i = 0; i < 12; ++i) {
-        EXPECT_EQ(cam.state().tempdata[i].grayLow, reference.state().tempdata[i].grayLow) << "row " << i;
-        EXPECT_EQ(cam.state().tempdata[i].grayHigh, reference.state().tempdata[i].grayHigh) << "row " << i;
+        EXPECT_EQ(stateOf(cam).tempdata[i].grayLow, stateOf(reference).tempdata[i].grayLow) << "row " << i;
+        EXPECT_EQ(stateOf(cam).tempdata[i].grayHigh, stateOf(reference).tempdata[i].grayHigh) << "row " << i;
     }
-    EXPECT_EQ(segmentLookup(cam.state().tempdata, 12, 0.0f, RowTest::ClosedOpen),
+    EXPECT_EQ(segmentLookup(stateOf(cam).tempdata, 12, 0.0f, RowTest::ClosedOpen),
               s / (300.0f / 10.0f) + 25.0f);
 }
 
@@ -134,12 +135,12 @@ TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
     Camera both(21), onlyRange3(21);
     both.init(0, first.info(), 1.0f, 0.0f);
     TempSegment old[12];
-    std::memcpy(old, both.state().tempdata, sizeof old);
+    std::memcpy(old, stateOf(both).tempdata, sizeof old);
     both.init(0, second.info(), 1.0f, 0.0f);
     onlyRange3.init(0, second.info(), 1.0f, 0.0f);
 
-    EXPECT_EQ(std::memcmp(both.state().tempdata + 7, old + 7, 5 * sizeof(TempSegment)), 0);
-    EXPECT_EQ(std::memcmp(both.state().tempdata, onlyRange3.state().tempdata, 7 * sizeof(TempSegment)), 0);
+    EXPECT_EQ(std::memcmp(stateOf(both).tempdata + 7, old + 7, 5 * sizeof(TempSegment)), 0);
+    EXPECT_EQ(std::memcmp(stateOf(both).tempdata, stateOf(onlyRange3).tempdata, 7 * sizeof(TempSegment)), 0);
     for (int32_t gray : {-131070, 0, 500, 9900, 131070, 131071}) {
         EXPECT_EQ(both.real(gray, second.info(), 1.0f, 0.0f),
                   onlyRange3.real(gray, second.info(), 1.0f, 0.0f))

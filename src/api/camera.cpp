@@ -1,24 +1,42 @@
-#include "api/frame_table.hpp"
+#include <new>
+#include <type_traits>
+
 #include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro {
 
-Camera::Camera(int32_t calType) noexcept
-    : calType_(calType), module_(findModule(calType)), state_(initialState(calType)) {}
+static_assert(sizeof(CalState) <= Camera::kStateSize, "the statics outgrow the camera's room");
+static_assert(alignof(CalState) <= Camera::kStateAlign, "the statics need more alignment");
+static_assert(std::is_trivially_copyable<CalState>::value, "a camera is copied byte for byte");
+
+CalState& CameraAccess::state(Camera& cam) { return *std::launder(reinterpret_cast<CalState*>(cam.state_)); }
+
+const CalState& CameraAccess::state(const Camera& cam) {
+    return *std::launder(reinterpret_cast<const CalState*>(cam.state_));
+}
+
+const Module* CameraAccess::module(const Camera& cam) { return static_cast<const Module*>(cam.module_); }
+
+Camera::Camera(int32_t calType) noexcept : calType_(calType), module_(findModule(calType)), state_{} {
+    new (state_) CalState(initialState(calType));
+}
 
 float Camera::init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) noexcept {
-    return module_ ? convertInit(*module_, state_, block, gray, emissivity, distance) : 0.0f;
+    const Module* m = CameraAccess::module(*this);
+    return m ? convertInit(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
 }
 
 float Camera::real(int32_t gray, const TempFrameInfo* block, float emissivity,
                    float distance) const noexcept {
-    return module_ ? convertReal(*module_, state_, block, gray, emissivity, distance) : 0.0f;
+    const Module* m = CameraAccess::module(*this);
+    return m ? convertReal(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
 }
 
 float Camera::once(int32_t gray, TempFrameInfo* block, float emissivity, float distance) noexcept {
-    return module_ ? convertOnce(*module_, state_, block, gray, emissivity, distance) : 0.0f;
+    const Module* m = CameraAccess::module(*this);
+    return m ? convertOnce(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
 }
 
 double Camera::getIT(const TempFrameInfo* block) const noexcept {
@@ -26,9 +44,10 @@ double Camera::getIT(const TempFrameInfo* block) const noexcept {
 }
 
 int32_t Camera::getTempPara(const TempFrameInfo* block, TempPara* para) const noexcept {
-    if (!module_ || !block || !para) return 0;
+    const Module* m = CameraAccess::module(*this);
+    if (!m || !block || !para) return 0;
     *para = TempPara{};
-    tempParaGet(module_->longLayout, bytes(block), para);
+    tempParaGet(m->longLayout, bytes(block), para);
     return 1;
 }
 
@@ -38,13 +57,11 @@ int32_t Camera::temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t t
                               grayMin, grayMax, target);
 }
 
-}  // namespace kalviro
-
-namespace kalviro {
-
 void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
                        float distance, float* out, KalviroFrameTable& table) const noexcept {
-    convertFrame([&](int32_t g) { return real(g, block, emissivity, distance); }, pixels, count, out, table);
+    const Module* m = CameraAccess::module(*this);
+    if (m == nullptr || block == nullptr || (count != 0 && (pixels == nullptr || out == nullptr))) return;
+    convertFrame(*m, CameraAccess::state(*this), block, pixels, count, emissivity, distance, out, table);
 }
 
 }  // namespace kalviro

@@ -7,8 +7,6 @@
 #include "api/temp2gray.hpp"
 #include "kalviro.h"
 
-using kalviro::findModule;
-
 namespace {
 
 const CalTypeEntry* findEntry(int32_t calType) {
@@ -121,7 +119,16 @@ extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, c
         (count != 0 && (pixels == nullptr || out == nullptr))) {
         return -1;
     }
-    kalviro::convertFrame([&](int32_t g) { return fn(g, block, emissivity, distance); }, pixels, count, out,
+    // A CalType's own per-pixel function runs as a plan for the frame and a
+    // kernel per gray value; any other function is called per gray value.
+    for (int32_t i = 0; i < kalviro_table_size; ++i) {
+        if (kalviro_table[i].real != fn) continue;
+        const int index = kalviro::listIndex(kalviro_table[i].calType);
+        kalviro::convertFrame(kalviro::moduleAt(index), kalviro::processState(index), block, pixels, count,
+                              emissivity, distance, out, *table);
+        return 0;
+    }
+    kalviro::frameThrough([&](int32_t g) { return fn(g, block, emissivity, distance); }, pixels, count, out,
                           *table);
     return 0;
 }

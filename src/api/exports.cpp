@@ -1,6 +1,6 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
-#include "direct/recipe.hpp"
+#include "direct/recipes.hpp"
 #include "kalviro.h"
 
 namespace {
@@ -47,19 +47,19 @@ extern "C" {
     }
 #define KALVIRO_DEFINE_GETIT(nn) \
     double GetITValue_##nn(TempFrameInfo* block) { return Exported<nn>::getIT(block); }
-#define KALVIRO_DEFINE(nn, layout, hasIT, converts)                                                       \
+#define KALVIRO_DEFINE(nn, layout, hasIT, family)                                                         \
     void TempPara_get_##nn(TempFrameInfo* block, TempPara* para) { Exported<nn>::tempPara(block, para); } \
     void GetTempPara_##nn(TempFrameInfo* block, TempPara* para) { TempPara_get_##nn(block, para); }       \
     KALVIRO_IF(hasIT, KALVIRO_DEFINE_GETIT(nn))                                                           \
-    KALVIRO_IF(converts, KALVIRO_DEFINE_CONVERT(nn))
+    KALVIRO_IF(KALVIRO_CONVERTS(family), KALVIRO_DEFINE_CONVERT(nn))
 KALVIRO_CALTYPES(KALVIRO_DEFINE)
 #undef KALVIRO_DEFINE
 
 #define KALVIRO_GETIT_SLOT_1(nn) GetITValue_##nn
 #define KALVIRO_GETIT_SLOT_0(nn) nullptr
 #define KALVIRO_GETIT_SLOT(hasIT, nn) KALVIRO_GETIT_SLOT_##hasIT(nn)
-#define KALVIRO_ROW(nn, layout, hasIT, converts)                                   \
-    KALVIRO_IF(converts,                                                           \
+#define KALVIRO_ROW(nn, layout, hasIT, family)                                     \
+    KALVIRO_IF(KALVIRO_CONVERTS(family),                                           \
                {nn, Gray2Temp_Init_##nn, Gray2Temp_Real_##nn, Gray2Temp_Once_##nn, \
                 KALVIRO_GETIT_SLOT(hasIT, nn), GetTempPara_##nn}, )
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
@@ -74,20 +74,17 @@ template <int32_t NN>
 int32_t oldEarly(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
-    const kalviro::direct::Recipe& r = *kalviro::moduleAt(index).recipe;
-    return kalviro::direct::early12(r, kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
-                                    distance);
+    return kalviro::direct::early12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
+                                    kalviro::bytes(block), gray, emissivity, distance);
 }
 template <int32_t NN>
 int32_t oldRealtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
-    const kalviro::direct::Recipe& r = *kalviro::moduleAt(index).recipe;
-    return kalviro::direct::realtime12Hundredths(r, kalviro::processState(index), kalviro::bytes(block), gray,
-                                                 emissivity, distance);
+    return kalviro::direct::realtime12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
+                                       kalviro::bytes(block), gray, emissivity, distance);
 }
 }  // namespace
-
 extern "C" {
 int32_t Gray2TempEx12_early_init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     return oldEarly<12>(gray, block, emissivity, distance);

@@ -10,7 +10,7 @@
 namespace kalviro {
 
 template <typename Real>
-void convertFrame(Real&& real, const uint16_t* pixels, uint64_t count, float* out, KalviroFrameTable& t) {
+void frameThrough(Real&& real, const uint16_t* pixels, uint64_t count, float* out, KalviroFrameTable& t) {
     t.generation += 1;
     if (t.generation == 0) {  // wrapped: stamps of 2^32 frames ago would match
         for (uint32_t& s : t.stamp) s = 0;

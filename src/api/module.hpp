@@ -1,43 +1,50 @@
-// The CalTypes as the dispatching layer sees them: list position, layout,
-// the recipe that converts them (null while a CalType does not convert), and
-// the process-wide statics of the C entries.
+// A CalType as the dispatching entries see it: its family and the family's
+// row, from which the family's engine converts it; and the process-wide
+// statics of the C entries.
 #pragma once
 
 #include <cstdint>
 
+#include "core/state.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro {
 
 namespace direct {
 struct Recipe;
+struct FourRange;
+}  // namespace direct
+namespace ladder {
+struct Member;
 }
 
 struct Module {
     int32_t calType;
+    Family family;
     bool longLayout;
-    const direct::Recipe* recipe;  // null: not converting yet
+    // The family's row; only the one of the module's family is set.
+    const direct::Recipe* direct;      // Family::Direct
+    const direct::FourRange* direct4;  // Family::Direct4
+    const ladder::Member* ladder;      // Family::Ladder, Family::Ladder4
 };
 
 // Position of a CalType in the one list, or -1.
 constexpr int listIndex(int32_t calType) {
-#define KALVIRO_NUMBER(nn, layout, hasIT, converts) nn,
-    constexpr int32_t numbers[] = {KALVIRO_CALTYPES(KALVIRO_NUMBER)};
-#undef KALVIRO_NUMBER
     for (int i = 0; i < KALVIRO_CALTYPE_COUNT; ++i) {
-        if (numbers[i] == calType) return i;
+        if (kCalTypes[i].calType == calType) return i;
     }
     return -1;
 }
 
-// The converting module of a CalType, or null.
+// The module of a converting CalType, or null.
 const Module* findModule(int32_t calType);
 const Module& moduleAt(int index);
 
 // The statics behind the C entries, one set per CalType.
 CalState& processState(int index);
 
-// The result forms of the three conversion entries. A null block gives 0.0.
+// The three conversion entries, in degrees, each family with its own result
+// form. A null block gives 0.0.
 float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
                   float distance);
 float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
@@ -45,15 +52,26 @@ float convertReal(const Module& m, const CalState& st, const TempFrameInfo* bloc
 float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
                   float distance);
 
-// GetITValue of a CalType from its row in the family table; 0.0 for a null
-// block or a CalType without one.
+// The per-pixel call on a whole frame: the family's plan once, then its
+// kernel for each distinct gray value. Bit for bit what convertReal gives.
+void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
+                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table);
+
+// GetITValue of a CalType from its row in the family table; 0.0 for a CalType
+// without one.
 double getITValue(int32_t calType, const uint8_t* block);
-bool hasGetIT(int32_t calType);
 
 // TempPara_get in the short or the long form.
 void tempParaGet(bool longForm, const uint8_t* block, TempPara* para);
 
 inline const uint8_t* bytes(const TempFrameInfo* block) { return reinterpret_cast<const uint8_t*>(block); }
 inline uint8_t* bytes(TempFrameInfo* block) { return reinterpret_cast<uint8_t*>(block); }
+
+// A camera's statics and module, for the library and its tests.
+struct CameraAccess {
+    static CalState& state(Camera& cam);
+    static const CalState& state(const Camera& cam);
+    static const Module* module(const Camera& cam);
+};
 
 }  // namespace kalviro

@@ -5,6 +5,7 @@
 // Esp_Table about the air temperature, 60 with the polynomial about 20.
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
+#include "core/frame.hpp"
 #include "core/numeric.hpp"
 #include "direct/recipe.hpp"
 
@@ -87,7 +88,7 @@ int32_t clampedPercent(float emissivity) {
 
 }  // namespace
 
-int32_t early12(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+int32_t early12(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                 float distance) {
     st.const_B3 = static_cast<float>(static_cast<double>(get(block, field::atmB)) / 1000.0);
     st.const_A3 = static_cast<float>(static_cast<double>(get(block, field::atmA)) / 100.0);
@@ -114,8 +115,8 @@ int32_t early12(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, flo
     return toInt(scalePixel(Tc, emissFactor(r.emissivity, emissivity), c.c1, block));
 }
 
-int32_t realtime12Hundredths(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray,
-                             float emissivity, float distance) {
+int32_t realtime12(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
+                   float emissivity, float distance) {
     const EmissFactor f = emissFactor(r.emissivity, emissivity);
     const int32_t ip = clampedPercent(emissivity);
     const float gf = static_cast<float>(normalisedGray(block, gray));
@@ -144,9 +145,14 @@ int32_t realtime12Hundredths(const Recipe& r, const CalState& st, const uint8_t*
     return toInt(F / W - (a * (1.0f - W)) * 100.0f);
 }
 
-float realtime12(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
-                 float distance) {
-    return static_cast<float>(realtime12Hundredths(r, st, block, gray, emissivity, distance));
+float frameDegrees(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                   float distance) {
+    return static_cast<float>(early12(r, st, block, gray, emissivity, distance)) / 100.0f;
+}
+
+float pixelDegrees(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
+                   float emissivity, float distance) {
+    return static_cast<float>(realtime12(r, st, block, gray, emissivity, distance)) / 100.0f;
 }
 
 }  // namespace kalviro::direct

@@ -4,45 +4,11 @@
 // emissivity and final scaling.
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
+#include "core/frame.hpp"
 #include "core/numeric.hpp"
 #include "direct/recipe.hpp"
 
 namespace kalviro::direct {
-namespace {
-
-// Gray counts from the change of tempCH2 since the last shutter event.
-int32_t shutterDriftCounts(const uint8_t* block) {
-    const int32_t a = toInt(get(block, field::shutterCH2) * 100.0f);
-    const float d = static_cast<float>(wrapSub(get(block, field::tempCH2), a));
-    const float quad = get(block, field::shutterQuad) * d * d;
-    const float lin = d * get(block, field::shutterLin);
-    return toInt(static_cast<double>(quad) / 10000.0 + static_cast<double>(lin) / 100.0);
-}
-
-}  // namespace
-
-int32_t normalisedGray(const uint8_t* block, int32_t gray) {
-    return wrapAdd(wrapSub(gray, get(block, field::grayRef)), get(block, field::grayBias));
-}
-
-FrameCtx frameCtx(const uint8_t* block, float gf) {
-    FrameCtx c{};
-    c.block = block;
-    for (int k = 0; k < 12; ++k) c.g[k] = get(block, field::grayCurve(k));
-    for (int k = 0; k < 2; ++k) c.e[k] = get(block, field::grayCurveExt(k));
-    for (int k = 0; k < 15; ++k) c.b[k] = get(block, field::tempBinGain(k));
-    c.c1 = degrees(block, field::tempCH1);
-    c.c2 = degrees(block, field::tempCH2);
-    c.c3 = degrees(block, field::tempCH3);
-    c.c5 = degrees(block, field::tempCH5);
-    c.m = (get(block, field::shutterCH2) + get(block, field::shutterCH3)) * 0.5f;
-    c.mb = c.m + 20.0f;
-    c.w = c.c5 - c.c1;
-    c.gf = gf;
-    c.upTime = get(block, field::upTime);
-    return c;
-}
-
 namespace {
 
 float lookupValue(Join join, float constD, const CalState& st, const FrameCtx& c) {
@@ -79,7 +45,7 @@ int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray,
     const float gf = static_cast<float>(normalisedGray(block, gray));
     int32_t drift;
     if (r.computesDrift) {
-        drift = shutterDriftCounts(block);
+        drift = shutterDriftCounts(block, DriftSensor::CH2);
         set(block, field::shutterDrift, drift);
     } else {
         drift = get(block, field::shutterDrift);
@@ -147,6 +113,17 @@ float engineRealtime(const Recipe& r, const CalState& st, const uint8_t* block, 
         }
     }
     return 0.0f;
+}
+
+float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                   float distance) {
+    const int32_t h = engineEarly(r, st, block, gray, emissivity, distance);
+    return r.result == Result::Hundredths ? static_cast<float>(h) / 100.0f : static_cast<float>(h / 100);
+}
+
+float pixelDegrees(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
+                   float distance) {
+    return engineRealtime(r, st, block, gray, emissivity, distance) / 100.0f;
 }
 
 }  // namespace kalviro::direct

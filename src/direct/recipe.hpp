@@ -7,9 +7,10 @@
 #include <cstdint>
 
 #include "core/final_scaling.hpp"
+#include "core/frame.hpp"
+#include "core/grids.hpp"
 #include "core/segment_table.hpp"
-#include "direct/grids.hpp"
-#include "kalviro.hpp"
+#include "core/state.hpp"
 
 namespace kalviro::direct {
 
@@ -99,13 +100,6 @@ enum class Result : uint8_t {
     LongWindow,  // as LongPlain, per-pixel through windowTransLong
 };
 
-struct Recipe;
-
-using EarlyFn = int32_t (*)(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity,
-                            float distance);
-using RealtimeFn = float (*)(const Recipe&, const CalState&, const uint8_t* block, int32_t gray,
-                             float emissivity, float distance);
-
 struct Recipe {
     int32_t calType;
     bool computesDrift;  // else shutterDrift is the camera's
@@ -115,8 +109,13 @@ struct Recipe {
     Air air;
     bool boost;
     Result result;
-    EarlyFn early;
-    RealtimeFn realtime;
+};
+
+// CalTypes 12 and 60: the older frame with tempRange 2 to 5. They differ in
+// the emissivity alone (caltypes_12_60.cpp).
+struct FourRange {
+    int32_t calType;
+    Emissivity emissivity;
 };
 
 // The branch for a tempRange, or null when the range builds nothing.
@@ -129,26 +128,8 @@ inline const Branch* branchFor(const Recipe& r, int32_t range) {
     }
 }
 
-// Everything a stage alternative may read, gathered once per frame.
-struct FrameCtx {
-    const uint8_t* block;
-    float g[12];
-    float e[2];
-    float b[15];
-    float slope[14];
-    float c1, c2, c3, c5;
-    float m, mb, w;
-    float gf;
-    int32_t base;
-    int32_t upTime;
-};
-
 // The gain driftGain * 0.2 + 0.8, in double, of the upper body-drift bins.
 double driftGainG(const FrameCtx& ctx);
-
-// gray - grayRef + grayBias, wrapping.
-int32_t normalisedGray(const uint8_t* block, int32_t gray);
-FrameCtx frameCtx(const uint8_t* block, float gf);
 
 // CalType 22's own stages in tempRange 2 (caltype22.cpp).
 float bodyDrift22(const FrameCtx& ctx);
@@ -159,15 +140,24 @@ float bodyDrift(Body form, const FrameCtx& ctx);
 float warmShift(Shift form, const FrameCtx& ctx, CalState& st);
 float driftCounts(Drift form, int32_t drift, const FrameCtx& ctx);
 
-// The older four-range frame of CalTypes 12 and 60 (caltypes_12_60.cpp).
-int32_t early12(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
-float realtime12(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
-                 float distance);
-int32_t realtime12Hundredths(const Recipe&, const CalState&, const uint8_t* block, int32_t gray,
-                             float emissivity, float distance);
+// The older four-range frame: the stages in hundredths, as exported.
+int32_t early12(const FourRange&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
+int32_t realtime12(const FourRange&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
+                   float distance);
 
+// The Direct stages; each result form is its own.
 int32_t engineEarly(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
 float engineRealtime(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
                      float distance);
+
+// The entries in degrees: the long layout reports whole degrees from the
+// per-frame call and fractions from the per-pixel call.
+float frameDegrees(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
+float pixelDegrees(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
+                   float distance);
+float frameDegrees(const FourRange&, CalState&, uint8_t* block, int32_t gray, float emissivity,
+                   float distance);
+float pixelDegrees(const FourRange&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
+                   float distance);
 
 }  // namespace kalviro::direct

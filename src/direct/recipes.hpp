@@ -43,62 +43,64 @@ inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::Clo
 inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::Exact, Store::Shift, latch};
 inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Store::Shift, keep};
 
-inline constexpr EarlyFn ee = engineEarly;
-inline constexpr RealtimeFn er = engineRealtime;
-
-// 12 and 60 run stages of their own over four ranges (caltypes_12_60.cpp);
-// of their row only the emissivity and the result form are read.
-inline constexpr Branch kOwnStages{G::GridLow25, S::Plain, B::Bins25, H::ClockPlain, D::Plain, J::Int, Store::Zero, keep};
-
 inline constexpr Recipe kRecipes[] = {
     // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
-    {12, read, kOwnStages, kOwnStages, kOwnStages, oc, E::Table, A::C1, noBoost, R::Hundredths, early12, realtime12},
-    {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
-    {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths, ee, er},
+    {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
+    {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
     {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Store::Shift, keep},
-                   k20Range3, k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths, ee, er},
+                   k20Range3, k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
     {23, computed, k20Range2, {G::GridHigh12, S::High12, B::Mid25, H::ClockHigh, D::Quad4, J::Int, Store::Shift, keep},
-                   k20Range4, co, E::Table, A::NeutralC1, boost, R::Hundredths, ee, er},
-    {24, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+                   k20Range4, co, E::Table, A::NeutralC1, boost, R::Hundredths},
+    {24, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
     {25, computed, {G::GridDegree11, S::Plain, B::Degree11, H::Degree11, D::Plain, J::Float, Store::Shift, latch},
                    {G::GridMid7, S::Stepped, B::Mid25Ext, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep},
-                   k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths, ee, er},
+                   k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
     {26, computed, {G::Grid25, S::Plain, B::Bins25, H::Clock3000, D::TimesB4, J::Float, Store::Shift, latch},
-                   k20Range3, k20Range4, co, E::Table, A::C2, boost, R::Hundredths, ee, er},
-    {27, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
+                   k20Range3, k20Range4, co, E::Table, A::C2, boost, R::Hundredths},
+    {27, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
     {50, read, {G::GridFine45, S::Plain, B::BinsFine50, H::LensShort, D::Plain, J::Exact, Store::Shift, latch},
                {G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::ExactIntDrift, Store::Shift, keep},
-               kLongRange4, oc, E::Table, A::C1, noBoost, R::LongPlain, ee, er},
+               kLongRange4, oc, E::Table, A::C1, noBoost, R::LongPlain},
     {51, read, {G::GridFine45, S::Plain, B::BinsFine, H::Lens6, D::Plain, J::Exact, Store::Shift, latch},
-               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
     {52, read, {G::GridDegree12, S::Plain, B::Degree12, H::Lens6Ext, D::Plain, J::Exact, Store::Shift, latch},
-               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
-    {54, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
-    {55, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow, ee, er},
+               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
+    {54, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
+    {55, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
     {56, computed, {G::GridFine45, S::Plain, B::BinsFine, H::Clock56, D::GrayFactor56, J::Float, Store::Zero, latch},
                    {G::Grid45Ext, S::Ext45, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
-                   k20Range4, co, E::Table, A::C1, boost, R::Hundredths, ee, er},
-    {57, computed, k57Range2, k57Range3, k57Range4, oc, E::Table, A::C1, boost, R::Hundredths, ee, er},
+                   k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
+    {57, computed, k57Range2, k57Range3, k57Range4, oc, E::Table, A::C1, boost, R::Hundredths},
     {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
                    {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep},
-                   k20Range4, oc, E::Table, A::C1, boost, R::Hundredths, ee, er},
-    {60, read, kOwnStages, kOwnStages, kOwnStages, oc, E::Polynomial, A::C1, noBoost, R::Hundredths, early12, realtime12},
-    {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
+                   k20Range4, oc, E::Table, A::C1, boost, R::Hundredths},
+    {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths},
     {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep},
-                   co, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
-    {90, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths, ee, er},
+                   co, E::Polynomial, A::C1, boost, R::Hundredths},
+    {90, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
     {100, computed, {G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::TimesB4To5000, J::Float, Store::Zero, latch},
-                    k20Range3, k20Range4, co, E::Polynomial, A::C1, boost, R::Hundredths, ee, er},
-    {110, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow, ee, er},
-    {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow, ee, er},
+                    k20Range3, k20Range4, co, E::Polynomial, A::C1, boost, R::Hundredths},
+    {110, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
+    {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
+};
+
+inline constexpr FourRange kFourRange[] = {
+    {12, E::Table},
+    {60, E::Polynomial},
 };
 // clang-format on
 
 }  // namespace recipe_words
 
 constexpr const Recipe* recipeFor(int32_t calType) {
-    using recipe_words::kRecipes;
-    for (const Recipe& r : kRecipes) {
+    for (const Recipe& r : recipe_words::kRecipes) {
+        if (r.calType == calType) return &r;
+    }
+    return nullptr;
+}
+
+constexpr const FourRange* fourRangeFor(int32_t calType) {
+    for (const FourRange& r : recipe_words::kFourRange) {
         if (r.calType == calType) return &r;
     }
     return nullptr;

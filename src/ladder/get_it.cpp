@@ -1,81 +1,15 @@
 // GetITValue: a polynomial of degree three at most in the distance of tempCH5
 // from the camera's reference itRefTemp. Members are rows of one table,
 // keyed by CalType and tempRange; the block is only read.
+#include "ladder/get_it.hpp"
+
 #include "api/module.hpp"
 #include "core/block.hpp"
 
 namespace kalviro {
 namespace {
 
-enum class ItForm : uint8_t {
-    Cubic,      // c3 and c2 are constants of the cell
-    Linear,     // itDelta * itSlope only
-    Zero,       // 0.0, the block unread
-    ExtCubic,   // cubic in float with grayCurveExt[0], [1]
-    GainCubic,  // cubic in float with tempBinGain[10], [11]
-    Undefined,  // no value for this range: 0.0 stands in
-};
-
-struct ItCell {
-    ItForm form;
-    double c3;
-    double c2;
-};
-
-constexpr ItCell cubic(double c3, double c2) { return {ItForm::Cubic, c3, c2}; }
-constexpr ItCell linear{ItForm::Linear, 0, 0};
-constexpr ItCell zero{ItForm::Zero, 0, 0};
-constexpr ItCell extCubic{ItForm::ExtCubic, 0, 0};
-constexpr ItCell gainCubic{ItForm::GainCubic, 0, 0};
-constexpr ItCell undefined{ItForm::Undefined, 0, 0};
-
-constexpr bool half = true;
-constexpr bool noHalf = false;
-// 56 and 58 sum s first in tempRange 3.
-constexpr bool sFirst3 = true;
-constexpr bool sLast = false;
-
-struct ItRow {
-    int32_t members[14];
-    ItCell cells[4];  // tempRange 2, 3, 4, any other
-    bool half;
-    bool sFirstIn3;
-};
-
-// clang-format off
-constexpr ItRow kRows[] = {
-    {{20}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), zero, zero}, noHalf, sLast},
-    {{21, 90, 91, 93, 94, 95}, {cubic(0.000195, -0.032352), cubic(7.8e-05, -0.008741), cubic(1.74e-05, -0.00204537), undefined}, half, sLast},
-    {{23}, {cubic(0.000195, -0.032352), cubic(3.9e-05, -0.002728), zero, zero}, noHalf, sLast},
-    {{24, 26}, {extCubic, extCubic, extCubic, extCubic}, noHalf, sLast},
-    {{25}, {linear, linear, linear, linear}, noHalf, sLast},
-    {{27, 100}, {cubic(9.0824e-06, -0.00495584), linear, zero, zero}, noHalf, sLast},
-    {{50, 51, 52}, {cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577)}, noHalf, sLast},
-    {{54, 110, 111}, {gainCubic, gainCubic, gainCubic, gainCubic}, noHalf, sLast},
-    {{55, 120, 121}, {cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827)}, noHalf, sLast},
-    {{56}, {cubic(-0.000154814928402905, 0.0142839200977729), cubic(-7.143e-05, 0.01144754), undefined, undefined}, noHalf, sFirst3},
-    {{57, 70, 71, 72}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), cubic(-2.40477091530815e-05, 0.00370262882507424), undefined}, noHalf, sLast},
-    {{58}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), undefined, undefined}, noHalf, sFirst3},
-    {{73, 74, 75, 76, 77, 78, 85, 96, 133, 135, 136, 137, 138, 140}, {zero, zero, zero, zero}, noHalf, sLast},
-    {{80, 81, 82, 84}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf, sLast},
-    {{83}, {cubic(-0.000139, 0.027305), cubic(-4.77e-05, 0.0077567), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf, sLast},
-    {{92}, {cubic(-0.000165134032818593, 0.017486549741088), cubic(-0.000214798683494655, 0.0166190755950175), cubic(1.74e-05, -0.00204537), undefined}, half, sLast},
-    {{101}, {cubic(1.14657276919182e-05, -0.00455412709886126), linear, zero, zero}, noHalf, sLast},
-    {{102}, {cubic(1.14657276919182e-05, -0.00455412709886126), cubic(-5.74207046981574e-06, -0.00464684156067616), zero, zero}, noHalf, sLast},
-    {{130, 131}, {cubic(-7.2304925114637e-05, 0.0168355161825247), cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf, sLast},
-    {{132, 134}, {zero, cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf, sLast},
-};
-// clang-format on
-
-const ItRow* rowOf(int32_t calType) {
-    for (const ItRow& row : kRows) {
-        for (int32_t m : row.members) {
-            if (m == 0) break;
-            if (m == calType) return &row;
-        }
-    }
-    return nullptr;
-}
+using namespace ladder;
 
 // In float throughout, with a and b from the block.
 double blockCubic(float x, float slope, float a, float b) {
@@ -83,8 +17,6 @@ double blockCubic(float x, float slope, float a, float b) {
 }
 
 }  // namespace
-
-bool hasGetIT(int32_t calType) { return rowOf(calType) != nullptr; }
 
 double getITValue(int32_t calType, const uint8_t* block) {
     const ItRow* row = rowOf(calType);

@@ -1,0 +1,112 @@
+// The one dispatch: a CalType's family decides which engine runs its
+// per-frame stage, its per-pixel stage and its result form.
+#include <array>
+#include <utility>
+
+#include "api/frame_table.hpp"
+#include "api/module.hpp"
+#include "direct/recipes.hpp"
+#include "ladder/get_it.hpp"
+
+namespace kalviro {
+namespace {
+
+constexpr Module makeModule(const CalTypeInfo& c) {
+    Module m{c.calType, c.family, c.layout == Layout::Long, nullptr, nullptr, nullptr};
+    switch (c.family) {
+        case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
+        case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
+        case Family::Ladder:
+        case Family::Ladder4:
+        case Family::None: break;
+    }
+    return m;
+}
+
+template <size_t... I>
+constexpr auto makeModules(std::index_sequence<I...>) {
+    return std::array<Module, sizeof...(I)>{makeModule(kCalTypes[I])...};
+}
+
+constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_COUNT>{});
+
+// A family's CalType has that family's row: the list and the family tables
+// cannot disagree.
+constexpr bool rowsMatchFamilies() {
+    for (const Module& m : kModules) {
+        const bool hasRow = m.direct != nullptr || m.direct4 != nullptr || m.ladder != nullptr;
+        if (hasRow != (m.family != Family::None)) return false;
+    }
+    return true;
+}
+static_assert(rowsMatchFamilies(), "a converting CalType without its family's row, or a row without family");
+
+// The list's GetIT column is the GetIT table's rows.
+#define KALVIRO_GETIT_MATCHES(nn, layout, hasIT, family) \
+    static_assert((hasIT != 0) == ladder::hasGetITRow(nn), "GetIT column and table disagree: " #nn);
+KALVIRO_CALTYPES(KALVIRO_GETIT_MATCHES)
+#undef KALVIRO_GETIT_MATCHES
+
+// Constant-initialised: the statics exist before any constructor runs.
+CalState gStates[] = {
+#define KALVIRO_STATE(nn, layout, hasIT, family) initialState(nn),
+    KALVIRO_CALTYPES(KALVIRO_STATE)
+#undef KALVIRO_STATE
+};
+
+}  // namespace
+
+const Module& moduleAt(int index) { return kModules[static_cast<size_t>(index)]; }
+
+const Module* findModule(int32_t calType) {
+    const int i = listIndex(calType);
+    if (i < 0) return nullptr;
+    const Module& m = moduleAt(i);
+    return m.family != Family::None ? &m : nullptr;
+}
+
+CalState& processState(int index) { return gStates[index]; }
+
+float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
+                  float distance) {
+    if (block == nullptr) return 0.0f;
+    uint8_t* b = bytes(block);
+    switch (m.family) {
+        case Family::Direct: return direct::frameDegrees(*m.direct, st, b, gray, emissivity, distance);
+        case Family::Direct4: return direct::frameDegrees(*m.direct4, st, b, gray, emissivity, distance);
+        case Family::Ladder:
+        case Family::Ladder4:
+        case Family::None: break;
+    }
+    return 0.0f;
+}
+
+float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    const uint8_t* b = bytes(block);
+    switch (m.family) {
+        case Family::Direct: return direct::pixelDegrees(*m.direct, st, b, gray, emissivity, distance);
+        case Family::Direct4: return direct::pixelDegrees(*m.direct4, st, b, gray, emissivity, distance);
+        case Family::Ladder:
+        case Family::Ladder4:
+        case Family::None: break;
+    }
+    return 0.0f;
+}
+
+float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
+                  float distance) {
+    if (block == nullptr) return 0.0f;
+    convertInit(m, st, block, gray, emissivity, distance);
+    return convertReal(m, st, block, gray, emissivity, distance);
+}
+
+void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
+                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table) {
+    if (block == nullptr) return;
+    frameThrough([&](int32_t g) { return convertReal(m, st, block, g, emissivity, distance); }, pixels, count,
+                 out, table);
+}
+
+}  // namespace kalviro
