@@ -35,7 +35,7 @@
     X(61, BASE, 0, NONE)    \
     X(62, BASE, 0, NONE)    \
     X(70, BASE, 1, DIRECT)  \
-    X(71, BASE, 1, NONE)    \
+    X(71, BASE, 1, LADDER)  \
     X(72, BASE, 1, NONE)    \
     X(73, BASE, 1, NONE)    \
     X(74, BASE, 1, NONE)    \
@@ -44,27 +44,27 @@
     X(77, BASE, 1, NONE)    \
     X(78, BASE, 1, NONE)    \
     X(80, BASE, 1, DIRECT)  \
-    X(81, BASE, 1, NONE)    \
-    X(82, BASE, 1, NONE)    \
-    X(83, BASE, 1, NONE)    \
-    X(84, BASE, 1, NONE)    \
+    X(81, BASE, 1, LADDER)  \
+    X(82, BASE, 1, LADDER)  \
+    X(83, BASE, 1, LADDER)  \
+    X(84, BASE, 1, LADDER)  \
     X(85, BASE, 1, NONE)    \
     X(90, BASE, 1, DIRECT)  \
-    X(91, BASE, 1, NONE)    \
-    X(92, BASE, 1, NONE)    \
-    X(93, BASE, 1, NONE)    \
-    X(94, BASE, 1, NONE)    \
-    X(95, BASE, 1, NONE)    \
+    X(91, BASE, 1, LADDER)  \
+    X(92, BASE, 1, LADDER)  \
+    X(93, BASE, 1, LADDER)  \
+    X(94, BASE, 1, LADDER)  \
+    X(95, BASE, 1, LADDER)  \
     X(96, BASE, 1, NONE)    \
     X(100, BASE, 1, DIRECT) \
-    X(101, BASE, 1, NONE)   \
-    X(102, BASE, 1, NONE)   \
+    X(101, BASE, 1, LADDER) \
+    X(102, BASE, 1, LADDER) \
     X(110, LONG, 1, DIRECT) \
     X(111, LONG, 1, NONE)   \
     X(120, LONG, 1, DIRECT) \
     X(121, LONG, 1, NONE)   \
-    X(130, BASE, 1, NONE)   \
-    X(131, BASE, 1, NONE)   \
+    X(130, BASE, 1, LADDER) \
+    X(131, BASE, 1, LADDER) \
     X(132, BASE, 1, NONE)   \
     X(133, BASE, 1, NONE)   \
     X(134, BASE, 1, NONE)   \

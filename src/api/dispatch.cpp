@@ -7,6 +7,8 @@
 #include "api/module.hpp"
 #include "direct/recipes.hpp"
 #include "ladder/get_it.hpp"
+#include "ladder/ladder.hpp"
+#include "ladder/members.hpp"
 
 namespace kalviro {
 namespace {
@@ -17,7 +19,7 @@ constexpr Module makeModule(const CalTypeInfo& c) {
         case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
         case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
         case Family::Ladder:
-        case Family::Ladder4:
+        case Family::Ladder4: m.ladder = ladder::memberFor(c.calType); break;
         case Family::None: break;
     }
     return m;
@@ -75,7 +77,7 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
         case Family::Direct: return direct::frameDegrees(*m.direct, st, b, gray, emissivity, distance);
         case Family::Direct4: return direct::frameDegrees(*m.direct4, st, b, gray, emissivity, distance);
         case Family::Ladder:
-        case Family::Ladder4:
+        case Family::Ladder4: return ladder::frameDegrees(*m.ladder, st, b, gray, emissivity, distance);
         case Family::None: break;
     }
     return 0.0f;
@@ -89,7 +91,7 @@ float convertReal(const Module& m, const CalState& st, const TempFrameInfo* bloc
         case Family::Direct: return direct::pixelDegrees(*m.direct, st, b, gray, emissivity, distance);
         case Family::Direct4: return direct::pixelDegrees(*m.direct4, st, b, gray, emissivity, distance);
         case Family::Ladder:
-        case Family::Ladder4:
+        case Family::Ladder4: return ladder::pixelDegrees(*m.ladder, st, b, gray, emissivity, distance);
         case Family::None: break;
     }
     return 0.0f;
@@ -105,6 +107,19 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table) {
     if (block == nullptr) return;
+    switch (m.family) {
+        case Family::Ladder:
+        case Family::Ladder4: {
+            const ladder::PixelPlan plan =
+                ladder::pixelPlan(*m.ladder, st, bytes(block), emissivity, distance);
+            frameThrough([&](int32_t g) { return ladder::kernelDegrees(plan, g); }, pixels, count, out,
+                         table);
+            return;
+        }
+        case Family::Direct:
+        case Family::Direct4:
+        case Family::None: break;
+    }
     frameThrough([&](int32_t g) { return convertReal(m, st, block, g, emissivity, distance); }, pixels, count,
                  out, table);
 }

@@ -34,7 +34,7 @@ float atmosphereFrameNeutral(float T, float air) {
                               static_cast<double>(air));
 }
 
-float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3) {
+double pixelAirExp(const uint8_t* block, float distance, float B3) {
     const float h = static_cast<float>(get(block, field::humidity)) - 60.0f;
     const float r = (h * 0.0008f + 1.0f) * B3;
     float u;
@@ -43,11 +43,18 @@ float atmospherePixel(float T, const uint8_t* block, float air, float distance, 
     } else {
         u = (distance - 1.5f) * r;
     }
-    const double e = myexp(-static_cast<double>(u));
+    return myexp(-static_cast<double>(u));
+}
+
+float airCorrection(float T, float air, double e, float A3) {
     const float d = T - air;
     return static_cast<float>(
         (((1.0 - e * static_cast<double>(A3)) * static_cast<double>(d)) / static_cast<double>(1.0f - A3)) +
         static_cast<double>(air));
+}
+
+float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3) {
+    return airCorrection(T, air, pixelAirExp(block, distance, B3), A3);
 }
 
 }  // namespace kalviro

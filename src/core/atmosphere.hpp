@@ -24,4 +24,9 @@ float atmosphereFrameNeutral(float T, float air);
 // Per-pixel form, with the module's const_A3 and const_B3.
 float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3);
 
+// The per-pixel form in two parts: the exponential, which depends on the
+// frame alone, and the correction of one temperature with it.
+double pixelAirExp(const uint8_t* block, float distance, float B3);
+float airCorrection(float T, float air, double e, float A3);
+
 }  // namespace kalviro

@@ -39,18 +39,22 @@ float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block
     return (air * 100.0f + u * 100.0f) + offset;
 }
 
-int32_t distanceBoost(float F, const uint8_t* block) {
-    const double D = static_cast<double>(get(block, field::distance)) / 100.0;
+float distanceRise(float F, const uint8_t* block) {
+    return distanceRiseAt(F, get(block, field::tempRange),
+                          static_cast<double>(get(block, field::distance)) / 100.0);
+}
+
+float distanceRiseAt(float F, int32_t range, double D) {
     const double P = static_cast<double>(F / 100.0f);
-    const int32_t range = get(block, field::tempRange);
     if (range == 2 && D >= 8.0) {
-        return toInt(
-            static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6)));
+        return static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6));
     }
     if (range == 3 && D >= 4.0) {
-        return toInt(static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 4.0) * 0.25 * P) / 110.0)));
+        return static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 4.0) * 0.25 * P) / 110.0));
     }
-    return toInt(F);
+    return F;
 }
+
+int32_t distanceBoost(float F, const uint8_t* block) { return toInt(distanceRise(F, block)); }
 
 }  // namespace kalviro

@@ -1,0 +1,46 @@
+// The emissivity ladder: one table of polynomials in the emissivity, shared
+// by every ladder CalType. The apparent temperature's distance from the base
+// temperature picks a bin, the emissivity picks a band, and the bin's
+// polynomial is the factor that stretches the temperature about the base.
+#pragma once
+
+#include <cstdint>
+
+namespace kalviro::ladder {
+
+// lowerBand: emissivity below 0.5; upperBand: everything else. Bins 0 to 4
+// hold one row for both.
+enum class Band : uint8_t { Both, Lower, Upper };
+
+struct EmissLadderRow {
+    Band band;
+    uint8_t bin;
+    float binOffset;  // upper edge of the bin above baseTemp; none in bin 23
+    double c[7];      // coefficients of e^7 down to e^1
+};
+
+constexpr int kBins = 24;
+constexpr int kEdges = kBins - 1;
+
+// The ladder factor for an emissivity, an apparent temperature x and the
+// base temperature, as one call computes it.
+float ladderFactor(float emissivity, double x, float baseTemp);
+
+// The ladder for one emissivity and one base temperature: the bin edges and
+// the factor of every bin, computed once for a frame. factorAt(x) is then
+// ladderFactor(emissivity, x, baseTemp) to the bit.
+struct LadderPlan {
+    double edge[kEdges];
+    float factor[kBins];
+
+    float factorAt(double x) const {
+        for (int bin = 0; bin < kEdges; ++bin) {
+            if (x <= edge[bin]) return factor[bin];
+        }
+        return factor[kEdges];
+    }
+};
+
+LadderPlan ladderPlan(float emissivity, float baseTemp);
+
+}  // namespace kalviro::ladder

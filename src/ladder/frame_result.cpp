@@ -1,0 +1,40 @@
+// The per-frame result of a ladder CalType: the frame's raw temperature
+// through fixed atmospheric constants, the frame's own tempCH1 as the air, the
+// apparent temperature cut to hundredths, the ladder, and tempOffset added
+// after the last truncation.
+#include <cmath>
+
+#include "core/atmosphere.hpp"
+#include "core/block.hpp"
+#include "core/numeric.hpp"
+#include "kalviro.h"
+#include "ladder/pipeline.hpp"
+
+namespace kalviro::ladder {
+
+int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity) {
+    const float baseTemp = degrees(block, field::tempCH1);
+    const double Hd =
+        (static_cast<double>(static_cast<float>(get(block, field::humidity))) - 60.0) * 0.0008 + 1.0;
+    const double HB = Hd * kAtmRate;
+    float q;
+    if (m.exponent == Exponent::Distance) {
+        q = static_cast<float>((static_cast<double>(get(block, field::distance)) / 100.0 - 1.5) * HB);
+    } else {
+        q = static_cast<float>(HB);
+    }
+    const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : std::exp(-static_cast<double>(q));
+    const float a = static_cast<float>(((1.0 - y * kAtmA) * static_cast<double>(rawTemp - baseTemp)) / kAtmC +
+                                       static_cast<double>(baseTemp));
+
+    // The apparent temperature is cut to hundredths towards zero here.
+    const int32_t n = toInt(a * 100.0f);
+    const double x = static_cast<double>(n) / 100.0;
+    const float g = ladderFactor(emissivity, x, baseTemp);
+    const float r = static_cast<float>(
+        ((static_cast<double>(get(block, field::tempGain)) * (x - static_cast<double>(baseTemp))) / 100.0) *
+        static_cast<double>(g));
+    return wrapAdd(toInt(r * 100.0f + baseTemp * 100.0f), get(block, field::tempOffset));
+}
+
+}  // namespace kalviro::ladder

@@ -1,0 +1,72 @@
+// The per-pixel pipeline of the ladder CalTypes: gray normalisation, segment
+// lookup, atmospheric correction, the emissivity ladder and the final form.
+// A plan holds all that depends on the statics, the block, the emissivity
+// and the distance; the kernel is a function of the gray value alone.
+#pragma once
+
+#include <cstdint>
+
+#include "core/state.hpp"
+#include "ladder/emiss_ladder.hpp"
+#include "ladder/member.hpp"
+
+namespace kalviro::ladder {
+
+// The atmosphere of a frame: the rule the distance table picks and the
+// exponentials it needs, each taken once.
+struct AirPlan {
+    enum class Rule : uint8_t { Base, Lin, Up, Down, Add, Near, LinByV0 };
+    Rule rule;
+    float air;       // airBase
+    float A3;        // const_A3
+    double expK0;    // the exponential of the normal distance range
+    double expNear;  // the exponential of a near row
+    float D;         // effectiveDistance, metres
+    double a, b, b2;
+};
+
+struct PixelPlan {
+    // Gray normalisation.
+    int32_t grayRef, grayBias;
+    GrayVariant variant;
+    int32_t range;
+    float constB, constR;
+    int32_t constD;                                            // trunc(const_d)
+    float stretchAbove, stretchLow, stretchHigh, stretchGain;  // gray variants B and D
+    bool stretch;
+    // Segment lookup.
+    const TempSegment* rows;
+    int rowCount;
+    // Atmosphere, ladder, final form.
+    AirPlan air;
+    float baseTemp;
+    LadderPlan ladder;
+    float gain;    // (float)tempGain
+    float offset;  // (float)tempOffset
+    int32_t tempOffset;
+    Final final;
+    bool distanceGain;
+    double distanceM;  // block distance, metres
+    float window;      // windowFactor
+    float windowC;     // the static of the window term
+    float emissivity;
+    int32_t trimA, trimB;  // envTemp / 100, auxGate / 100
+};
+
+PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
+                    float distance);
+
+// The per-pixel result in hundredths of a degree.
+int32_t pixelHundredths(const PixelPlan& plan, int32_t gray);
+
+// The atmosphere plan of a member's form (atmosphere.cpp).
+AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float airBase, float distance);
+float airApply(const AirPlan& plan, float rawTemp);
+
+// The trim table's result from X, degrees before tempOffset (trim_table.cpp).
+int32_t trimTable(float X, const PixelPlan& plan);
+
+// The per-frame result of the frame's raw temperature (frame_result.cpp).
+int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
+
+}  // namespace kalviro::ladder

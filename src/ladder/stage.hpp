@@ -1,0 +1,43 @@
+// The per-frame stage of the ladder CalTypes, up to the raw temperature of
+// the frame's gray value, and the alternatives its branches choose from.
+//
+// Precision: the shorthands and the statics are floats; a decimal literal in
+// a formula is a double, so an expression that holds one is evaluated in
+// double and rounded once where it is assigned. Whole numbers (25, 45, 1200)
+// are integers and leave float arithmetic in float.
+#pragma once
+
+#include <cstdint>
+
+#include "core/frame.hpp"
+#include "core/state.hpp"
+#include "ladder/member.hpp"
+
+namespace kalviro::ladder {
+
+// The shorthands of a frame. c holds the curve, gains, slopes and the
+// temperatures: c.c1 is T1, c.m is meanCH, c.mb is meanCH + 20, c.w is dW,
+// c.gf is gIn.
+struct Frame {
+    FrameCtx c;
+    float dIT;      // T5 - itRefTemp
+    float low;      // warmDiffLow
+    float high;     // warmDiffHigh
+    float divisor;  // warmDivisor
+    float driftGain;
+    float rampW;  // T5 less the T1 that ramp reads back: const_CH1 where kept
+};
+
+// 1.0 - (dW - warmDiffLow) / (warmDiffHigh - warmDiffLow), not clamped.
+float ramp(const Frame& f);
+
+float bodyDrift(Body form, const Frame& f);
+
+// Sets xd where the rule has one and returns D.
+float warmShift(Warm form, const Frame& f, CalState& st);
+
+// The stage: statics and tempdata rebuilt, warmShift published, the raw
+// temperature of gray returned.
+float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray);
+
+}  // namespace kalviro::ladder
