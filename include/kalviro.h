@@ -225,7 +225,7 @@ KALVIRO_API extern const int32_t kalviro_table_size;
     KALVIRO_API void TempPara_get_##nn(TempFrameInfo *block, TempPara *para); \
     KALVIRO_API void GetTempPara_##nn(TempFrameInfo *block, TempPara *para);  \
     KALVIRO_IF(hasIT, KALVIRO_DECLARE_GETIT(nn))                              \
-    KALVIRO_IF(KALVIRO_CONVERTS(family), KALVIRO_DECLARE_CONVERT(nn))
+    KALVIRO_DECLARE_CONVERT(nn)
 KALVIRO_CALTYPES(KALVIRO_DECLARE)
 #undef KALVIRO_DECLARE
 

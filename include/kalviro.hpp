@@ -12,7 +12,6 @@ namespace kalviro {
 // What the list says of a CalType.
 enum class Layout : uint8_t { Base, Long };
 enum class Family : uint8_t {
-    None,     // not converting yet
     Direct,   // one emissivity polynomial or Esp_Table, tempRange 2 to 4
     Direct4,  // older Direct members with tempRange 2 to 5 (12, 60)
     Ladder,   // the shared emissivity ladder, tempRange 2 to 4
@@ -24,20 +23,17 @@ struct CalTypeInfo {
     Layout layout;  // Long: block fields at 0x134/0x138 moved, long TempPara
     bool hasGetIT;  // has GetITValue_NN
     Family family;
-
-    constexpr bool converts() const { return family != Family::None; }
 };
 
 #define KALVIRO_LAYOUT_BASE ::kalviro::Layout::Base
 #define KALVIRO_LAYOUT_LONG ::kalviro::Layout::Long
-#define KALVIRO_FAMILY_NONE ::kalviro::Family::None
 #define KALVIRO_FAMILY_DIRECT ::kalviro::Family::Direct
 #define KALVIRO_FAMILY_DIRECT4 ::kalviro::Family::Direct4
 #define KALVIRO_FAMILY_LADDER ::kalviro::Family::Ladder
 #define KALVIRO_FAMILY_LADDER4 ::kalviro::Family::Ladder4
 #define KALVIRO_INFO(nn, layout, hasIT, family) \
     CalTypeInfo{nn, KALVIRO_LAYOUT_##layout, hasIT != 0, KALVIRO_FAMILY_##family},
-// All CalTypes of the list, ascending, converting or not.
+// All CalTypes of the list, ascending; every one converts.
 inline constexpr CalTypeInfo kCalTypes[KALVIRO_CALTYPE_COUNT] = {KALVIRO_CALTYPES(KALVIRO_INFO)};
 #undef KALVIRO_INFO
 
@@ -51,8 +47,8 @@ constexpr const CalTypeInfo* findCalType(int32_t calType) {
 
 class KALVIRO_API Camera {
 public:
-    // A CalType that does not convert gives a camera whose calls return the
-    // failure values of the C entries. The statics start as loaded: a new
+    // A number that is no CalType of the list gives a camera whose calls
+    // return the failure values of the C entries. The statics start as loaded: a new
     // camera is a camera switched on. A copy carries the statics along.
     explicit Camera(int32_t calType) noexcept;
 

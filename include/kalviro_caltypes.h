@@ -7,9 +7,7 @@
  *   DIRECT4  the older Direct members with tempRange 2 to 5 (12, 60)
  *   LADDER   emissivity by the shared polynomial ladder, tempRange 2 to 4
  *   LADDER4  the ladder members with tempRange 2 to 5 (61, 62)
- *   NONE     not converting yet: unknown to every dispatching entry
- * A CalType converts, and so sits in kalviro_table, exactly when its family
- * is not NONE. */
+ * Every CalType of the list converts and sits in kalviro_table. */
 #ifndef KALVIRO_CALTYPES_H
 #define KALVIRO_CALTYPES_H
 
@@ -32,58 +30,49 @@
     X(57, BASE, 1, DIRECT)  \
     X(58, BASE, 1, DIRECT)  \
     X(60, BASE, 0, DIRECT4) \
-    X(61, BASE, 0, NONE)    \
-    X(62, BASE, 0, NONE)    \
+    X(61, BASE, 0, LADDER4) \
+    X(62, BASE, 0, LADDER4) \
     X(70, BASE, 1, DIRECT)  \
     X(71, BASE, 1, LADDER)  \
-    X(72, BASE, 1, NONE)    \
-    X(73, BASE, 1, NONE)    \
-    X(74, BASE, 1, NONE)    \
-    X(75, BASE, 1, NONE)    \
-    X(76, BASE, 1, NONE)    \
-    X(77, BASE, 1, NONE)    \
-    X(78, BASE, 1, NONE)    \
+    X(72, BASE, 1, LADDER)  \
+    X(73, BASE, 1, LADDER)  \
+    X(74, BASE, 1, LADDER)  \
+    X(75, BASE, 1, LADDER)  \
+    X(76, BASE, 1, LADDER)  \
+    X(77, BASE, 1, LADDER)  \
+    X(78, BASE, 1, LADDER)  \
     X(80, BASE, 1, DIRECT)  \
     X(81, BASE, 1, LADDER)  \
     X(82, BASE, 1, LADDER)  \
     X(83, BASE, 1, LADDER)  \
     X(84, BASE, 1, LADDER)  \
-    X(85, BASE, 1, NONE)    \
+    X(85, BASE, 1, LADDER)  \
     X(90, BASE, 1, DIRECT)  \
     X(91, BASE, 1, LADDER)  \
     X(92, BASE, 1, LADDER)  \
     X(93, BASE, 1, LADDER)  \
     X(94, BASE, 1, LADDER)  \
     X(95, BASE, 1, LADDER)  \
-    X(96, BASE, 1, NONE)    \
+    X(96, BASE, 1, LADDER)  \
     X(100, BASE, 1, DIRECT) \
     X(101, BASE, 1, LADDER) \
     X(102, BASE, 1, LADDER) \
     X(110, LONG, 1, DIRECT) \
-    X(111, LONG, 1, NONE)   \
+    X(111, LONG, 1, LADDER) \
     X(120, LONG, 1, DIRECT) \
-    X(121, LONG, 1, NONE)   \
+    X(121, LONG, 1, LADDER) \
     X(130, BASE, 1, LADDER) \
     X(131, BASE, 1, LADDER) \
-    X(132, BASE, 1, NONE)   \
-    X(133, BASE, 1, NONE)   \
-    X(134, BASE, 1, NONE)   \
-    X(135, BASE, 1, NONE)   \
-    X(136, BASE, 1, NONE)   \
-    X(137, BASE, 1, NONE)   \
-    X(138, BASE, 1, NONE)   \
-    X(140, BASE, 1, NONE)
+    X(132, BASE, 1, LADDER) \
+    X(133, BASE, 1, LADDER) \
+    X(134, BASE, 1, LADDER) \
+    X(135, BASE, 1, LADDER) \
+    X(136, BASE, 1, LADDER) \
+    X(137, BASE, 1, LADDER) \
+    X(138, BASE, 1, LADDER) \
+    X(140, BASE, 1, LADDER)
 
 #define KALVIRO_CALTYPE_COUNT 59
-
-/* Whether a family converts: KALVIRO_CONVERTS(fam) expands to 1 or 0. */
-#define KALVIRO_CONVERTS_NONE 0
-#define KALVIRO_CONVERTS_DIRECT 1
-#define KALVIRO_CONVERTS_DIRECT4 1
-#define KALVIRO_CONVERTS_LADDER 1
-#define KALVIRO_CONVERTS_LADDER4 1
-#define KALVIRO_CONVERTS_(fam) KALVIRO_CONVERTS_##fam
-#define KALVIRO_CONVERTS(fam) KALVIRO_CONVERTS_(fam)
 
 /* Helpers to act on one column: KALVIRO_IF_1(x) expands to x, KALVIRO_IF_0 to
  * nothing, so a column value can switch a declaration on or off. */

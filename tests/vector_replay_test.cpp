@@ -25,7 +25,7 @@ struct Sequence {
 
 std::vector<Sequence> loadSequences() {
     std::vector<Sequence> all;
-    for (const char* name : {"direct_a.txt", "direct_b.txt", "ladder_a.txt"}) {
+    for (const char* name : {"direct_a.txt", "direct_b.txt", "ladder_a.txt", "ladder_b.txt"}) {
         std::ifstream in(std::string(KALVIRO_VECTOR_DIR) + "/" + name);
         std::string line;
         int number = 0;

@@ -20,7 +20,6 @@ constexpr Module makeModule(const CalTypeInfo& c) {
         case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
         case Family::Ladder:
         case Family::Ladder4: m.ladder = ladder::memberFor(c.calType); break;
-        case Family::None: break;
     }
     return m;
 }
@@ -32,16 +31,18 @@ constexpr auto makeModules(std::index_sequence<I...>) {
 
 constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_COUNT>{});
 
-// A family's CalType has that family's row: the list and the family tables
-// cannot disagree.
-constexpr bool rowsMatchFamilies() {
-    for (const Module& m : kModules) {
-        const bool hasRow = m.direct != nullptr || m.direct4 != nullptr || m.ladder != nullptr;
-        if (hasRow != (m.family != Family::None)) return false;
-    }
-    return true;
+// A CalType has a row in its family's table and in no other: the list and
+// the family tables cannot disagree.
+constexpr bool rowMatchesFamily(int32_t nn, Family f) {
+    return (f == Family::Direct) == direct::hasRecipe(nn) &&
+           (f == Family::Direct4) == direct::hasFourRange(nn) &&
+           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasMember(nn) &&
+           (f == Family::Ladder4) == ladder::runsFourRange(nn);
 }
-static_assert(rowsMatchFamilies(), "a converting CalType without its family's row, or a row without family");
+#define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family) \
+    static_assert(rowMatchesFamily(nn, KALVIRO_FAMILY_##family), "family and family table disagree: " #nn);
+KALVIRO_CALTYPES(KALVIRO_ROW_MATCHES)
+#undef KALVIRO_ROW_MATCHES
 
 // The list's GetIT column is the GetIT table's rows.
 #define KALVIRO_GETIT_MATCHES(nn, layout, hasIT, family) \
@@ -63,8 +64,7 @@ const Module& moduleAt(int index) { return kModules[static_cast<size_t>(index)];
 const Module* findModule(int32_t calType) {
     const int i = listIndex(calType);
     if (i < 0) return nullptr;
-    const Module& m = moduleAt(i);
-    return m.family != Family::None ? &m : nullptr;
+    return &moduleAt(i);
 }
 
 CalState& processState(int index) { return gStates[index]; }
@@ -78,7 +78,6 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
         case Family::Direct4: return direct::frameDegrees(*m.direct4, st, b, gray, emissivity, distance);
         case Family::Ladder:
         case Family::Ladder4: return ladder::frameDegrees(*m.ladder, st, b, gray, emissivity, distance);
-        case Family::None: break;
     }
     return 0.0f;
 }
@@ -91,8 +90,7 @@ float convertReal(const Module& m, const CalState& st, const TempFrameInfo* bloc
         case Family::Direct: return direct::pixelDegrees(*m.direct, st, b, gray, emissivity, distance);
         case Family::Direct4: return direct::pixelDegrees(*m.direct4, st, b, gray, emissivity, distance);
         case Family::Ladder:
-        case Family::Ladder4: return ladder::pixelDegrees(*m.ladder, st, b, gray, emissivity, distance);
-        case Family::None: break;
+        case Family::Ladder4: return ladder::realDegrees(*m.ladder, st, b, gray, emissivity, distance);
     }
     return 0.0f;
 }
@@ -112,13 +110,11 @@ void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* bloc
         case Family::Ladder4: {
             const ladder::PixelPlan plan =
                 ladder::pixelPlan(*m.ladder, st, bytes(block), emissivity, distance);
-            frameThrough([&](int32_t g) { return ladder::kernelDegrees(plan, g); }, pixels, count, out,
-                         table);
+            frameThrough([&](int32_t g) { return ladder::pixelDegrees(plan, g); }, pixels, count, out, table);
             return;
         }
         case Family::Direct:
-        case Family::Direct4:
-        case Family::None: break;
+        case Family::Direct4: break;
     }
     frameThrough([&](int32_t g) { return convertReal(m, st, block, g, emissivity, distance); }, pixels, count,
                  out, table);

@@ -51,17 +51,20 @@ extern "C" {
     void TempPara_get_##nn(TempFrameInfo* block, TempPara* para) { Exported<nn>::tempPara(block, para); } \
     void GetTempPara_##nn(TempFrameInfo* block, TempPara* para) { TempPara_get_##nn(block, para); }       \
     KALVIRO_IF(hasIT, KALVIRO_DEFINE_GETIT(nn))                                                           \
-    KALVIRO_IF(KALVIRO_CONVERTS(family), KALVIRO_DEFINE_CONVERT(nn))
+    KALVIRO_DEFINE_CONVERT(nn)
 KALVIRO_CALTYPES(KALVIRO_DEFINE)
 #undef KALVIRO_DEFINE
 
 #define KALVIRO_GETIT_SLOT_1(nn) GetITValue_##nn
 #define KALVIRO_GETIT_SLOT_0(nn) nullptr
 #define KALVIRO_GETIT_SLOT(hasIT, nn) KALVIRO_GETIT_SLOT_##hasIT(nn)
-#define KALVIRO_ROW(nn, layout, hasIT, family)                                     \
-    KALVIRO_IF(KALVIRO_CONVERTS(family),                                           \
-               {nn, Gray2Temp_Init_##nn, Gray2Temp_Real_##nn, Gray2Temp_Once_##nn, \
-                KALVIRO_GETIT_SLOT(hasIT, nn), GetTempPara_##nn}, )
+#define KALVIRO_ROW(nn, layout, hasIT, family) \
+    {nn,                                       \
+     Gray2Temp_Init_##nn,                      \
+     Gray2Temp_Real_##nn,                      \
+     Gray2Temp_Once_##nn,                      \
+     KALVIRO_GETIT_SLOT(hasIT, nn),            \
+     GetTempPara_##nn},
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
 #undef KALVIRO_ROW
 const int32_t kalviro_table_size = static_cast<int32_t>(sizeof kalviro_table / sizeof kalviro_table[0]);

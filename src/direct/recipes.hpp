@@ -99,6 +99,22 @@ constexpr const Recipe* recipeFor(int32_t calType) {
     return nullptr;
 }
 
+// Whether a CalType has a row, by number: checks at compile time stay free of
+// pointer comparisons, which the sanitizers' builds cannot evaluate.
+constexpr bool hasRecipe(int32_t calType) {
+    for (const Recipe& r : recipe_words::kRecipes) {
+        if (r.calType == calType) return true;
+    }
+    return false;
+}
+
+constexpr bool hasFourRange(int32_t calType) {
+    for (const FourRange& r : recipe_words::kFourRange) {
+        if (r.calType == calType) return true;
+    }
+    return false;
+}
+
 constexpr const FourRange* fourRangeFor(int32_t calType) {
     for (const FourRange& r : recipe_words::kFourRange) {
         if (r.calType == calType) return &r;

@@ -1,11 +1,12 @@
 // The atmospheric forms of the ladder's per-pixel pipeline. atmPlain is the
-// per-pixel form every family shares; atmLensTable corrects its base value by
-// a linear term of the distance chosen by tempRange and lensType, or takes an
-// exponent of its own for short distances.
+// per-pixel form every family shares. The others correct a base value V0 by
+// a linear term of the distance, chosen by tempRange (and lensType), or take
+// an exponent of their own for short distances.
 #include <cmath>
 
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
+#include "kalviro.h"
 #include "ladder/pipeline.hpp"
 
 namespace kalviro::ladder {
@@ -13,64 +14,72 @@ namespace {
 
 using Rule = AirPlan::Rule;
 
-struct LensRow {
+// A row of a distance table: the rule, its distance anchor a and divisor b.
+// A near row's rate is -3 (in single precision) or -2.5 (in double).
+struct Row {
     Rule rule;
-    double a, b;
+    double a;
+    double b;
+    double rate;
 };
 
-// The row of atmLensTable for a tempRange, lensType and distance D. The
-// comparisons are single precision but the one against 1.2.
-LensRow lensRow(int32_t range, int32_t lens, float D) {
+constexpr Row base{Rule::Base, 0, 0, 0};
+constexpr Row lin(double a, double b) { return {Rule::Lin, a, b, 0}; }
+constexpr Row up(double a, double b) { return {Rule::Up, a, b, 0}; }
+constexpr Row down(double a, double b) { return {Rule::Down, a, b, 0}; }
+constexpr Row add(double a) { return {Rule::Add, a, 0, 0}; }
+constexpr Row near(double rate, double a) { return {Rule::Near, a, 0, rate}; }
+
+// atmLensTable. D is compared in single precision against 1.5, 3, 4 and 10,
+// and in double against 1.2; lensType other than 1, 2, 3 takes the last rows.
+Row lensTableRow(int32_t range, int32_t lens, float D) {
     const bool below12 = static_cast<double>(D) < 1.2;
-    if (range == 2) {
-        switch (lens) {
-            case 1:
-                if (D < 1.5f) return {Rule::Base, 0, 0};
-                return D < 10.0f ? LensRow{Rule::Lin, 1.5, 300} : LensRow{Rule::Lin, 1.5, 380};
-            case 2:
-                if (below12) return {Rule::Near, -3, 3};
-                return D < 3.0f ? LensRow{Rule::Down, 3, 250} : LensRow{Rule::Up, 3, 500};
-            case 3:
-                // The only row that looks at the temperature: V0 against 50.
-                return D < 1.5f ? LensRow{Rule::Base, 0, 0} : LensRow{Rule::LinByV0, 1.5, 500};
-            default:
-                if (D < 1.5f) return {Rule::Near, -3, 4};
-                return D < 4.0f ? LensRow{Rule::Down, 4, 250} : LensRow{Rule::Up, 4, 500};
-        }
-    }
-    if (range == 3) {
-        switch (lens) {
-            case 1:
-                if (D < 1.5f) return {Rule::Base, 0, 0};
-                return D < 10.0f ? LensRow{Rule::Lin, 1.5, 245} : LensRow{Rule::Lin, 1.5, 290};
-            case 2:
-                if (below12) return {Rule::Near, -2.5, 3};
-                return D < 3.0f ? LensRow{Rule::Add, 3, 0} : LensRow{Rule::Up, 3, 400};
-            case 3:
+    switch (range) {
+        case 2:
+            switch (lens) {
+                case 1: return D < 1.5f ? base : D < 10.0f ? lin(1.5, 300) : lin(1.5, 380);
+                case 2: return below12 ? near(-3, 3) : D < 3.0f ? down(3, 250) : up(3, 500);
+                // The one row that looks at the temperature: V0 against 50.
+                case 3: return D < 1.5f ? base : Row{Rule::LinByV0, 1.5, 500, 200};
+                default: return D < 1.5f ? near(-3, 4) : D < 4.0f ? down(4, 250) : up(4, 500);
+            }
+        case 3:
+            switch (lens) {
+                case 1: return D < 1.5f ? base : D < 10.0f ? lin(1.5, 245) : lin(1.5, 290);
+                case 2: return below12 ? near(-2.5, 3) : D < 3.0f ? add(3) : up(3, 400);
                 // Measured from 1.0 m although the threshold is 1.5.
-                if (D < 1.5f) return {Rule::Base, 0, 0};
-                return D < 10.0f ? LensRow{Rule::Lin, 1.0, 210} : LensRow{Rule::Lin, 1.0, 150};
-            default:
-                if (D < 1.5f) return {Rule::Near, -2.5, 4};
-                return D < 4.0f ? LensRow{Rule::Add, 4, 0} : LensRow{Rule::Up, 4, 400};
-        }
+                case 3: return D < 1.5f ? base : D < 10.0f ? lin(1.0, 210) : lin(1.0, 150);
+                default: return D < 1.5f ? near(-2.5, 4) : D < 4.0f ? add(4) : up(4, 400);
+            }
+        case 4:
+            switch (lens) {
+                case 1: return D < 1.5f ? base : lin(1.5, 1000);
+                case 2: return below12 ? base : D < 3.0f ? add(3) : up(3, 1000);
+                case 3: return D < 1.5f ? base : lin(1.0, 1000);
+                default: return D < 1.5f ? base : D < 4.0f ? add(4) : up(4, 1000);
+            }
+        default: return base;
     }
-    if (range == 4) {
-        switch (lens) {
-            case 1: return D < 1.5f ? LensRow{Rule::Base, 0, 0} : LensRow{Rule::Lin, 1.5, 1000};
-            case 2:
-                if (below12) return {Rule::Base, 0, 0};
-                return D < 3.0f ? LensRow{Rule::Add, 3, 0} : LensRow{Rule::Up, 3, 1000};
-            case 3: return D < 1.5f ? LensRow{Rule::Base, 0, 0} : LensRow{Rule::Lin, 1.0, 1000};
-            default:
-                if (D < 1.5f) return {Rule::Base, 0, 0};
-                return D < 4.0f ? LensRow{Rule::Add, 4, 0} : LensRow{Rule::Up, 4, 1000};
-        }
-    }
-    return {Rule::Base, 0, 0};
 }
 
-// airTerm V(x) with exp(x) given: the apparent temperature about the air.
+// atmRangeLinear: lensType is not read.
+Row rangeLinearRow(int32_t range, float D) {
+    switch (range) {
+        case 2: return D < 1.5f ? base : D < 10.0f ? lin(1.5, 300) : lin(1.5, 380);
+        case 3: return D < 1.5f ? base : D < 10.0f ? lin(1.5, 245) : lin(1.5, 290);
+        case 4: return D < 1.5f ? base : lin(1.5, 1000);
+        default: return base;
+    }
+}
+
+// atmNoLens, tempRange 2 to 4; other ranges have an exponent of their own.
+Row noLensRow(int32_t range, float D) {
+    const bool below12 = static_cast<double>(D) < 1.2;
+    if (range == 4) return below12 ? near(-2.5, 3) : D < 3.0f ? add(3) : up(3, 400);
+    return below12 ? near(-3, 3) : D < 3.0f ? down(3, 250) : up(3, 500);
+}
+
+// airTerm V(x), given the exponential of x.
 float airTerm(double expX, const AirPlan& p, float rawTemp) {
     return static_cast<float>(
         ((1.0 - expX * static_cast<double>(p.A3)) * static_cast<double>(rawTemp - p.air)) /
@@ -84,32 +93,57 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
     AirPlan p{};
     p.air = airBase;
     p.A3 = st.const_A3;
+    p.rule = Rule::Base;
     if (form == Atmosphere::Plain) {
-        p.rule = Rule::Base;
         p.expK0 = pixelAirExp(block, distance, st.const_B3);
         return p;
     }
 
+    const int32_t range = get(block, field::tempRange);
+    const float blockD = static_cast<float>(static_cast<double>(get(block, field::distance)) / 100.0);
     const double Hd =
         (static_cast<double>(static_cast<float>(get(block, field::humidity))) - 60.0) * 0.0008 + 1.0;
     const double K0 = -static_cast<double>(static_cast<float>(Hd * static_cast<double>(st.const_B3)));
-    p.expK0 = std::exp(K0);
-    const double d = distance;
-    const bool taken = d > 1e-6 || d < -1e-6;
-    p.D = taken ? distance : static_cast<float>(static_cast<double>(get(block, field::distance)) / 100.0);
 
-    const LensRow row = lensRow(get(block, field::tempRange), get(block, field::lensType), p.D);
+    Row row = base;
+    switch (form) {
+        case Atmosphere::LensTable: {
+            const double d = distance;
+            p.D = d > 1e-6 || d < -1e-6 ? distance : blockD;
+            row = lensTableRow(range, get(block, field::lensType), p.D);
+            p.expK0 = std::exp(K0);
+            break;
+        }
+        case Atmosphere::RangeLinear:
+            p.D = blockD;
+            row = rangeLinearRow(range, p.D);
+            // Ranges without a grid take myexp, and no correction.
+            p.expK0 = range >= 2 && range <= 4 ? std::exp(K0) : myexp(K0);
+            break;
+        case Atmosphere::NoLens:
+            p.D = blockD;
+            p.expK0 = std::exp(K0);
+            if (range >= 2 && range <= 4) {
+                row = noLensRow(range, p.D);
+            } else {
+                // The distance argument itself, near zero or not.
+                const float hf = (static_cast<float>(get(block, field::humidity)) - 60.0f) * 0.0008f + 1.0f;
+                row = near(0, 0);
+                p.expNear = std::exp(-static_cast<double>(hf * st.const_B3 * (distance - 1.5f)));
+            }
+            break;
+        case Atmosphere::Plain: break;
+    }
     p.rule = row.rule;
     p.a = row.a;
     p.b = row.b;
-    if (row.rule == Rule::LinByV0) p.b2 = 200;
-    if (row.rule == Rule::Near) {
+    if (row.rule == Rule::LinByV0) p.b2 = row.rate;
+    if (row.rule == Rule::Near && row.rate != 0) {
         // The scaled rate: -3 in single precision, -2.5 in double.
-        const double s = row.a == -3 ? static_cast<double>(static_cast<float>(-3.0f * st.const_B3))
-                                     : -2.5 * static_cast<double>(st.const_B3);
-        const double a = row.b;
+        const double s = row.rate == -3 ? static_cast<double>(-3.0f * st.const_B3)
+                                        : -2.5 * static_cast<double>(st.const_B3);
         p.expNear =
-            std::exp(-static_cast<double>(static_cast<float>((Hd * s) * (static_cast<double>(p.D) - a))));
+            std::exp(-static_cast<double>(static_cast<float>((Hd * s) * (static_cast<double>(p.D) - row.a))));
     }
     return p;
 }
@@ -117,18 +151,18 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
 float airApply(const AirPlan& p, float rawTemp) {
     if (p.rule == Rule::Near) return airTerm(p.expNear, p, rawTemp);
     const float V0 = airTerm(p.expK0, p, rawTemp);
-    const double D = p.D;
     const double v = V0;
+    const double D = p.D;
+    const float a = static_cast<float>(p.a);
     switch (p.rule) {
         case Rule::Base:
         case Rule::Near: return V0;
         case Rule::Lin: return static_cast<float>(((D - p.a) * v) / p.b + v);
         case Rule::LinByV0: return static_cast<float>(((D - p.a) * v) / (V0 < 50.0f ? p.b : p.b2) + v);
-        case Rule::Up:
-            return static_cast<float>(static_cast<double>((p.D - static_cast<float>(p.a)) * V0) / p.b + v);
-        case Rule::Down:
-            return static_cast<float>(static_cast<double>((static_cast<float>(p.a) - p.D) * V0) / p.b + v);
-        case Rule::Add: return (static_cast<float>(p.a) - p.D) + V0;
+        case Rule::Up: return static_cast<float>(static_cast<double>((p.D - a) * V0) / p.b + v);
+        case Rule::Down: return static_cast<float>(static_cast<double>((a - p.D) * V0) / p.b + v);
+        // A difference of metres added to degrees as it stands.
+        case Rule::Add: return (a - p.D) + V0;
     }
     return V0;
 }

@@ -19,8 +19,9 @@ double blockCubic(float x, float slope, float a, float b) {
 }  // namespace
 
 double getITValue(int32_t calType, const uint8_t* block) {
-    const ItRow* row = rowOf(calType);
-    if (row == nullptr) return 0.0;
+    const int index = rowIndex(calType);
+    if (index < 0) return 0.0;
+    const ItRow* row = &kRows[index];
     const int32_t range = get(block, field::tempRange);
     const int column = range >= 2 && range <= 4 ? range - 2 : 3;
     const ItCell& cell = row->cells[column];

@@ -1,8 +1,9 @@
 // A ladder CalType as data: for each tempRange the branch of its per-frame
-// stage (grid, body drift, warm-up shift, drift counts, lookup value), then
-// its per-pixel pipeline (rows searched, atmosphere, air, gray variant, final
-// form) and the exponent of its per-frame result. The engines run a row; the
-// alternatives are named here and defined beside the engine that runs them.
+// stage (grid and curve scale, body drift, latch, warm-up shift, drift
+// counts, lookup value), then its per-pixel pipeline (rows searched,
+// atmosphere, gray variant, final form) and the exponent of its per-frame
+// result. The engines run a row; the alternatives are named here and defined
+// beside the engine that runs them.
 #pragma once
 
 #include <cstdint>
@@ -18,35 +19,125 @@ enum class DriftForm : uint8_t { NE, NC, Read };
 // The static that carries the air temperature to the per-pixel call.
 enum class Channel : uint8_t { CH1, CH2 };
 
-// Body drift: const_b from the shutter or sensor temperatures.
-enum class Body : uint8_t {
-    Bins81,        // the 81 table on meanCH, K = driftGain * 0.2 + 0.8
-    Bins101,       // the 81 table with K = driftGain, + 0.08, + 0.1
-    Poly92R2,      // polynomial in itDelta, tempRange 2
-    Poly92R3,      // polynomial in itDelta, tempRange 3
-    Mid25,         // ((gc[0] / 155.0) * 0.5) * (25 - meanCH)
-    Mid25Sum83,    // 83: on the shutter sum, bg[1] while the sum is below 20
-    Slope25,       // (25 - meanCH) * s[0]
-    Slope20T1,     // (20 - T1) * s[0]
-    Slope45,       // (45 - (meanCH + 20)) * s[0]
-    UpperBins,     // B = (25 - meanCH) * k by bins closed at the top
-    TableB,        // curve B times the weights of table B, xb = meanCH + 20
-    TableBPrime,   // curve B times the weights of table B'
-    TableB3,       // (45 - xb) * k by the weights of table B3
-    TableB3Prime,  // (45 - xb) * ((gc[0] / 155.0) / 5.0) by the weights of B'
-    Mid45Fifth,    // (45 - (meanCH + 20)) * ((gc[0] / 155.0) / 5.0)
+// The curve scale g that tracks the sensor temperature (S0 to S16; 134 has
+// its own). Points from curve index `from` on are multiplied by it.
+enum class Scale : uint8_t {
+    None,
+    S0,
+    S1,
+    S2,
+    S3,
+    S4,
+    S5,
+    S6,
+    S7,
+    S8,
+    S9,
+    S10,
+    S11,
+    S12,
+    S13,
+    S14,
+    S15,
+    S16,
+    S134,
 };
+
+// Body drift: const_b from the shutter or sensor temperatures.
+// The pivot forms multiply by the weight of xb's bin where the row names
+// weights; p0 is the curve's lowest point, scaled where the curve is.
+enum class Body : uint8_t {
+    Bins81,      // the 81 table on meanCH, K = driftGain * 0.2 + 0.8
+    Bins101,     // the 81 table with K = driftGain, + 0.08, + 0.1
+    Poly92R2,    // polynomial in itDelta, tempRange 2
+    Poly92R3,    // polynomial in itDelta, tempRange 3
+    Mid25,       // ((gc[0] / 155.0) * 0.5) * (25 - meanCH)
+    Mid25Sum83,  // 83: on the shutter sum, bg[1] while the sum is below 20
+    Slope20T1,   // (20 - T1) * s[0]
+    UpperBins,   // B = (25 - meanCH) * k by bins closed at the top
+    Curve,       // a curve factor at xb times the weight of its bin
+    Pivot155,    // (45 - xb) * ((p0 / 155.0) * 0.5)
+    PivotFifth,  // (45 - xb) * ((p0 / 155.0) / 5.0)
+    Pivot75,     // (45 - xb) * (p0 / 75.0)
+    PivotSlope,  // (45 - xb) * s[0]
+    Fifth75,     // (25 - shutterCH2) * ((p0 / 75.0) / 5.0)
+    SlopeMean,   // (25 - meanCH) * s[0]
+    SlopeCH2,    // (25 - shutterCH2) * s[0]
+};
+
+// The temperature whose bin selects the weight of a curve or pivot form.
+enum class Xb : uint8_t { MeanCH20, CH3p20, CH2p20, CH2p15, T2p20, T2p15, CH2, T2 };
+
+// Curve factors: the curve read at xb from the nearest grid point of the
+// row, sign turned. From0: one bin below 0; To50: the bin [45, 50) carried
+// on above.
+enum class CurveForm : uint8_t { None, B, BFrom0, BFrom0To50, D, DFrom0, E };
+
+// Weight lists by bin of xb (or of T2).
+enum class Weights : uint8_t {
+    None,
+    TableB,       // table B: extrapolated gains below 20 and from 75
+    TableB132,    // table B to [65, 70), bg[9] from 70 on
+    TableBLong,   // table B as a - k * (b - a) and q + k * (q - p)
+    TableBPrime,  // table B' of 131
+    B3,           // table B3 of 71: b[7] read by no bin
+    W73,
+    W133,
+    W74,
+    W75,
+    W135,
+    W76,
+    W136,
+    W138,
+    W85,
+    W96,  // on the bins of curve E
+    W134,
+    Three,      // bg[0] below 45, 1 in [45, 50), bg[1] from 50
+    W3,         // Three with slopes bg[4] and bg[5]
+    Hot35,      // driftGain if T2 > 35, else 1
+    T2Steps96,  // by T2: bg[0], 1, the rise to driftGain, 1 at 35, driftGain
+};
+
+// Limiters of const_b for hot pixels, below xb 45: L1 above m[5] by bg[10],
+// L2 above gc[2] (or m[1]) by bg[2].
+enum class Limiter : uint8_t { None, L1, L2 };
+
+struct BodyDrift {
+    Body form;
+    Xb xb;
+    CurveForm curve;
+    Weights weights;
+    Limiter limiter;
+};
+
+// The first-frame latch a branch holds: T1 of the first frame that reaches a
+// latching branch of the module.
+enum class Latch : uint8_t { None, W1, W2, Ch };
 
 // Warm-up shift: xd where the rule has one, and D.
 enum class Warm : uint8_t {
-    None,        // D = 0
-    FadeG3,      // xd from gc[3], faded between the limits
-    FadeThird4,  // xd from gc[4] / 3.0, faded, the lower limit inside
-    Clock1200,   // the half step ramped out by upTime 1200, below warmDiffLow
-    Clock3000,   // the same to upTime 3000
-    Band83,      // the half step below the band, none inside, ramped above
-    Ramp1800,    // the half step times ramp, below upTime 1800 and warmDiffHigh
-    Half102,     // xd = 0.5 * (gc[1] - gc[0]), ramped from warmDiffLow
+    None,          // D = 0
+    FadeG3,        // xd from gc[3], faded between the limits
+    FadeThird4,    // xd from gc[4] / 3.0, faded, the lower limit inside
+    Clock1200,     // the half step ramped out by upTime 1200, below warmDiffLow
+    Clock3000,     // the same to upTime 3000
+    Band83,        // the half step below the band, none inside, ramped above
+    Ramp1800,      // the half step times ramp, below upTime 1800 and warmDiffHigh
+    Half102,       // xd = 0.5 * (gc[1] - gc[0]), ramped from warmDiffLow
+    W1Mark6,       // band W1 on xd with M = m[6]
+    W1Mark4,       // band W1 on xd with M = m[4]
+    W2Mark6,       // band W2 on xd with M = m[6]
+    W1Half,        // band W1 on D with M = ((gc[1] - gc[0]) * 0.5) / warmDivisor
+    W1HalfScaled,  // band W1 on D with M = ((m[0] - gc[0] * g) * 0.5) / warmDivisor
+    W1HalfH,       // W1HalfScaled times h of the latched w2
+    W2HalfH,       // the same by band W2
+    W3Gc4,         // band W3 with A = gc[4] / warmDivisor
+    W3Mark4,       // band W3 with A = m[4] / warmDivisor
+    W3Step,        // band W3 with A = (m[0] - gc[0] * g) / warmDivisor
+    W3Raw,         // band W3 with A = (gc[1] - gc[0]) / warmDivisor
+    W3Mark4H134,   // band W3 with A = (m[4] / warmDivisor) * h of 134
+    LensLatch,     // 111, 121: limits latched from the first frame, lensType 1
+    ClockAlways,   // the half step ramped out by upTime 1200, whatever dW
 };
 
 // const_d from the shutter drift counts N.
@@ -56,16 +147,29 @@ enum class Drift : uint8_t {
     TimesB4To5000,  // (float)N * bg[4] below upTime 5000, then 0
     Periods,        // Quad and the warm rule in the first clock period, Quad
                     // without shift in the second, the long-run drift after
+    LA,
+    LB,
+    LC,
+    LD,
+    LE,
+    LF,
+    LG,
+    LH,
+    LI,
+    L134,  // the ladder on the latched temperature
 };
 
 // The lookup value x and the row test of the per-frame stage.
 enum class Join : uint8_t {
-    Float,     // (float)(int)(const_d + (float)(int)(grayOffset + (gIn - const_b))), closed-open
-    FloatAdd,  // Float with const_b added
-    Int,       // (float)((int)const_d + (int)(grayOffset + (gIn - const_b))), open-closed
-    IntAdd,    // Int with const_b added
-    OffsetP2,  // 130, 131: the offset polynomial P2 in place of const_b
-    OffsetP3,  // 130, 131: P3 besides const_b
+    Float,          // (float)(int)(const_d + (float)(int)(grayOffset + (gIn - const_b))), closed-open
+    FloatAdd,       // Float with const_b added
+    Int,            // (float)((int)const_d + (int)(grayOffset + (gIn - const_b))), open-closed
+    IntAdd,         // Int with const_b added
+    OffsetP2,       // 130, 131: the offset polynomial P2 in place of const_b
+    OffsetP3,       // 130, 131: P3 besides const_b
+    Exact,          // const_d + (gIn - const_b) + const_R, not truncated, closed-open
+    ExactIntDrift,  // (gIn - const_b) + const_R + (float)(int)const_d, open-closed
+    BothInt,        // (float)(int)((gIn - const_b) + const_R) + (float)(int)const_d, open-closed
 };
 
 enum class Publish : uint8_t { Zero, Shift };  // warmShift when warmHold is 0
@@ -79,8 +183,12 @@ struct Periods {
 
 struct Branch {
     GridId grid;
+    Scale scale;
+    uint8_t scaleFrom;  // curve index from which points are scaled
+    bool scaleSwitch;   // bg[14] stands for itSlope in the scale when e <= 0
     Steps kD;
-    Body body;
+    BodyDrift body;
+    Latch latch;
     Warm warm;
     Drift drift;
     Periods periods;
@@ -89,16 +197,25 @@ struct Branch {
     bool seedWCH5;  // wCH5 takes itRefTemp while still 0
 };
 
+// The stage a member runs: the skeleton with its branches, the skeleton of
+// the long layout (111, 121: drift read from the block, const_CH1 set only by
+// a branch, whole degrees from the per-frame call), or the four-range frame
+// it shares with 12 and 60 (61, 62).
+enum class StageForm : uint8_t { Skeleton, Long, FourRange };
+
 // Per-pixel pipeline.
 enum class Atmosphere : uint8_t { Plain, LensTable, RangeLinear, NoLens };
-enum class Final : uint8_t { Plain, Window, Trim };
-enum class GrayVariant : uint8_t { Standard, B, C, D };
+enum class Final : uint8_t { Plain, Window, Trim, WindowTableCH, WindowTableSelf, LongBase, LongFixed };
+// Gray normalisation: Standard, or A (61, 62: the drift from the block), B
+// (83), C (92), D (130, 131).
+enum class GrayVariant : uint8_t { Standard, A, B, C, D };
 
 struct Pixel {
-    uint8_t rows[3];  // rows searched in tempRange 2, 3, 4
+    uint8_t rows[4];  // rows searched in tempRange 2, 3, 4, 5
     Atmosphere atmosphere;
     bool distanceGain;
     Final final;
+    Channel windowC;  // the static of the window term
     GrayVariant gray;
 };
 
@@ -109,6 +226,7 @@ enum class Exp : uint8_t { My, Library };
 
 struct Member {
     int32_t calType;
+    StageForm stage;
     DriftForm drift;
     Channel channel;
     Branch range2, range3, range4;

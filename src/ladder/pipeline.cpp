@@ -3,6 +3,7 @@
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
 #include "core/final_scaling.hpp"
+#include "core/four_range.hpp"
 #include "core/frame.hpp"
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
@@ -21,6 +22,10 @@ float grayValue(const PixelPlan& p, int32_t gray) {
     const float g0 = static_cast<float>(wrapAdd(wrapSub(gray, p.grayRef), p.grayBias));
     switch (p.variant) {
         case GrayVariant::Standard: break;
+        case GrayVariant::A:
+            // 61, 62: the camera's drift joins; an unknown range looks up 0.
+            if (p.range < 2 || p.range > 5) return 0.0f;
+            break;
         case GrayVariant::C:
             // 92 adds const_b in tempRange 2 and 3.
             if (p.range == 2 || p.range == 3) {
@@ -43,47 +48,50 @@ float grayValue(const PixelPlan& p, int32_t gray) {
 // gain that falls with it.
 void stretchPlan(const Member& m, const uint8_t* block, PixelPlan& p) {
     const auto gc = [&](int k) { return get(block, field::grayCurve(k)); };
-    const float bg0 = get(block, field::tempBinGain(0));
+    const auto set = [&p](float above, float low, float high, float gain) {
+        p.stretch = true;
+        p.stretchAbove = above;
+        p.stretchLow = low;
+        p.stretchHigh = high;
+        p.stretchGain = gain;
+    };
     p.stretch = false;
+    const float bg0 = get(block, field::tempBinGain(0));
     if (m.pixel.gray == GrayVariant::B) {
-        switch (p.range) {
-            case 2:
-                p.stretch = true;
-                p.stretchAbove = gc(4);
-                p.stretchLow = gc(4);
-                p.stretchHigh = gc(11);
-                p.stretchGain = get(block, field::tempBinGain(4));
-                break;
-            case 3: {
-                const float t5 = degrees(block, field::tempCH5);
-                if (!(t5 < 20.0f)) break;
-                p.stretch = true;
-                p.stretchAbove = 0.0f;
-                p.stretchLow = gc(0);
-                p.stretchHigh = gc(7);
-                p.stretchGain = static_cast<float>(static_cast<double>(bg0) -
-                                                   static_cast<double>((25.0f - t5) / 5.0f) * 0.005);
-                break;
-            }
-            case 4:
-                p.stretch = true;
-                p.stretchAbove = gc(2);
-                p.stretchLow = gc(2);
-                p.stretchHigh = gc(7);
-                p.stretchGain = bg0;
-                break;
-            default: break;
+        if (p.range == 2) set(gc(4), gc(4), gc(11), get(block, field::tempBinGain(4)));
+        if (p.range == 4) set(gc(2), gc(2), gc(7), bg0);
+        const float t5 = degrees(block, field::tempCH5);
+        if (p.range == 3 && t5 < 20.0f) {
+            set(0.0f, gc(0), gc(7),
+                static_cast<float>(static_cast<double>(bg0) -
+                                   static_cast<double>((25.0f - t5) / 5.0f) * 0.005));
         }
     } else if (m.pixel.gray == GrayVariant::D) {
-        if (p.range == 2 || p.range == 3) {
-            p.stretch = true;
-            p.stretchAbove = p.range == 2 ? gc(5) : 0.0f;
-            p.stretchLow = p.range == 2 ? gc(5) : gc(0);
-            p.stretchHigh = p.range == 2 ? gc(11) : gc(7);
-            p.stretchGain = get(block, field::driftGain);
-        }
+        const float dg = get(block, field::driftGain);
+        if (p.range == 2) set(gc(5), gc(5), gc(11), dg);
+        if (p.range == 3) set(0.0f, gc(0), gc(7), dg);
     }
 }
+
+// The window's transmission as the member reads it: the long layout from
+// its own word, 61 and 62 in single precision, where in tempRange 4 the word
+// at 0x030 takes away from it.
+float windowOf(const Member& m, const uint8_t* block, int32_t range) {
+    if (m.stage == StageForm::Long) {
+        return static_cast<float>(static_cast<double>(get(block, field::windowTransLong)) / 100.0);
+    }
+    if (m.stage != StageForm::FourRange) {
+        return static_cast<float>(static_cast<double>(get(block, field::windowTrans)) / 100.0);
+    }
+    float W = static_cast<float>(get(block, field::windowTrans)) / 100.0f;
+    if (range == 4) {
+        const double open = static_cast<double>(1.0f - W);
+        if (!(open > -1e-6 && open < 1e-6)) W = W - get(block, field::warmDiffLow);
+    }
+    return W;
+}
+
+float airStatic(Channel c, const CalState& st) { return c == Channel::CH1 ? st.const_CH1 : st.const_CH2; }
 
 }  // namespace
 
@@ -96,14 +104,19 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
     p.range = get(block, field::tempRange);
     p.constB = st.const_b;
     p.constR = st.const_R;
-    p.constD = toInt(st.const_d);
+    p.constD =
+        p.variant == GrayVariant::A ? fourRangeValue(p.range, 0, block, st.const_U) : toInt(st.const_d);
     stretchPlan(m, block, p);
 
     p.rows = st.tempdata;
-    p.rowCount = p.range >= 2 && p.range <= 4 ? m.pixel.rows[p.range - 2] : 0;
+    p.rowCount = p.range >= 2 && p.range <= 5 ? m.pixel.rows[p.range - 2] : 0;
+    p.percentRow = 0;
+    if (m.stage == StageForm::FourRange) {
+        const int32_t i = clampedPercent(emissivity);
+        if (i < 10) p.percentRow = i;
+    }
 
-    const float airBase = m.channel == Channel::CH1 ? st.const_CH1 : st.const_CH2;
-    p.air = airPlan(m.pixel.atmosphere, st, block, airBase, distance);
+    p.air = airPlan(m.pixel.atmosphere, st, block, airStatic(m.channel, st), distance);
     p.baseTemp = degrees(block, field::tempCH1);
     p.ladder = ladderPlan(emissivity, p.baseTemp);
     p.emissivity = emissivity;
@@ -114,16 +127,25 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
     p.final = m.pixel.final;
     p.distanceGain = m.pixel.distanceGain;
     p.distanceM = static_cast<double>(get(block, field::distance)) / 100.0;
-    p.window = static_cast<float>(static_cast<double>(get(block, field::windowTrans)) / 100.0);
-    p.windowC = st.const_CH1;
+    p.window = windowOf(m, block, p.range);
+    p.windowC = airStatic(m.pixel.windowC, st);
     p.trimA = get(block, field::envTemp) / 100;
     p.trimB = get(block, field::auxGate) / 100;
     return p;
 }
 
-int32_t pixelHundredths(const PixelPlan& p, int32_t gray) {
+float pixelDegrees(const PixelPlan& p, int32_t gray) {
     const float v = grayValue(p, gray);
-    const float raw = segmentLookup(p.rows, p.rowCount, v, RowTest::OpenClosed);
+    float raw = 0.0f;
+    bool matched = false;
+    for (int i = 0; i < p.rowCount && !matched; ++i) {
+        const TempSegment& r = p.rows[i];
+        if (r.grayLow < v && v <= r.grayHigh) {
+            raw = segmentTemp(r, v);
+            matched = true;
+        }
+    }
+    if (!matched && p.percentRow != 0) raw = segmentTemp(p.rows[p.percentRow], v);
     const float apparent = airApply(p.air, raw);
 
     // The ladder sees the apparent temperature through hundredths, uncut.
@@ -133,12 +155,32 @@ int32_t pixelHundredths(const PixelPlan& p, int32_t gray) {
 
     if (p.final == Final::Trim) {
         const float X = ((g * (((af - base) * p.gain) / 100.0f)) * 100.0f + base * 100.0f) / 100.0f;
-        return trimTable(X, p);
+        return static_cast<float>(trimTable(X, p)) / 100.0f;
     }
-    float V = (base * 100.0f + (((p.gain * (af - base)) / 100.0f) * g) * 100.0f) + p.offset;
+    float V;
+    if (p.final == Final::LongFixed) {
+        // 121 scales about a fixed 20 degrees; its bins still follow tempCH1.
+        const float h =
+            static_cast<float>(((static_cast<double>(p.gain) * (static_cast<double>(af) - 20.0)) / 100.0) *
+                               static_cast<double>(g));
+        V = (h * 100.0f + 2000.0f) + p.offset;
+    } else {
+        V = (base * 100.0f + (((p.gain * (af - base)) / 100.0f) * g) * 100.0f) + p.offset;
+    }
     if (p.distanceGain) V = distanceRiseAt(V, p.range, p.distanceM);
-    if (p.final == Final::Window) return toInt(V / p.window - 100.0f * (p.windowC * (1.0f - p.window)));
-    return toInt(V);
+
+    const float W = p.window;
+    int32_t h = 0;
+    switch (p.final) {
+        case Final::Plain: h = toInt(V); break;
+        case Final::Window: h = toInt(V / W - 100.0f * (p.windowC * (1.0f - W))); break;
+        case Final::WindowTableCH: h = windowTableCH(V, base, W, p.windowC); break;
+        case Final::WindowTableSelf: h = windowTableSelf(V, base, W); break;
+        case Final::LongBase:
+        case Final::LongFixed: return (V / W - (p.windowC * (1.0f - W)) * 100.0f) / 100.0f;
+        case Final::Trim: break;
+    }
+    return static_cast<float>(h) / 100.0f;
 }
 
 }  // namespace kalviro::ladder

@@ -34,9 +34,11 @@ struct PixelPlan {
     int32_t constD;                                            // trunc(const_d)
     float stretchAbove, stretchLow, stretchHigh, stretchGain;  // gray variants B and D
     bool stretch;
-    // Segment lookup.
+    // Segment lookup; in 61 and 62 the emissivity percent names the row that
+    // stands in when none holds v.
     const TempSegment* rows;
     int rowCount;
+    int32_t percentRow;  // 0: none
     // Atmosphere, ladder, final form.
     AirPlan air;
     float baseTemp;
@@ -56,8 +58,9 @@ struct PixelPlan {
 PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
                     float distance);
 
-// The per-pixel result in hundredths of a degree.
-int32_t pixelHundredths(const PixelPlan& plan, int32_t gray);
+// The per-pixel result in degrees: hundredths divided by 100 in single
+// precision, or in the long layout the unquantised value.
+float pixelDegrees(const PixelPlan& plan, int32_t gray);
 
 // The atmosphere plan of a member's form (atmosphere.cpp).
 AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float airBase, float distance);
@@ -66,7 +69,14 @@ float airApply(const AirPlan& plan, float rawTemp);
 // The trim table's result from X, degrees before tempOffset (trim_table.cpp).
 int32_t trimTable(float X, const PixelPlan& plan);
 
-// The per-frame result of the frame's raw temperature (frame_result.cpp).
+// The window tables (window_tables.cpp): V in hundredths, T the base
+// temperature, W the transmission, c the air static.
+int32_t windowTableCH(float V, float T, float W, float c);
+int32_t windowTableSelf(float V, float T, float W);
+
+// The per-frame result of the frame's raw temperature in hundredths
+// (frame_result.cpp); 61 and 62 take the atmosphere from the block.
 int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
+int32_t frameResultFourRange(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
 
 }  // namespace kalviro::ladder

@@ -13,12 +13,22 @@ namespace {
 
 // const_d, and D where the drift rule has the say over the warm-up shift:
 // the warm rule holds in the first clock period only.
-float driftCounts(const Branch& br, int32_t N, const Frame& f, float& D) {
+float driftCounts(const Branch& br, int32_t N, const Frame& f, const CalState& st, float& D) {
     const auto quad = [](int32_t n) { return static_cast<float>(n > 0 ? wrapShl(n, 2) : n); };
     switch (br.drift) {
         case Drift::Plain: return static_cast<float>(N);
         case Drift::Quad: return quad(N);
         case Drift::TimesB4To5000: return f.c.upTime < 5000 ? static_cast<float>(N) * f.c.b[4] : 0.0f;
+        case Drift::LA:
+        case Drift::LB:
+        case Drift::LC:
+        case Drift::LD:
+        case Drift::LE:
+        case Drift::LF:
+        case Drift::LG:
+        case Drift::LH:
+        case Drift::LI:
+        case Drift::L134: return ladderDrift(br.drift, N, f, st);
         case Drift::Periods: {
             if (f.c.upTime < br.periods.first) return quad(N);
             D = 0.0f;
@@ -60,12 +70,33 @@ float lookupValue(const Branch& br, const Frame& f, const CalState& st) {
             return static_cast<float>(
                 wrapAdd(d, toInt(static_cast<float>(P3 + static_cast<double>(offset)) + (gIn - b))));
         }
+        case Join::Exact: return (st.const_d + (gIn - b)) + offset;
+        case Join::ExactIntDrift: return ((gIn - b) + offset) + static_cast<float>(d);
+        case Join::BothInt: return static_cast<float>(toInt((gIn - b) + offset)) + static_cast<float>(d);
     }
     return 0.0f;
 }
 
 RowTest rowTest(Join join) {
-    return join == Join::Float || join == Join::FloatAdd ? RowTest::ClosedOpen : RowTest::OpenClosed;
+    switch (join) {
+        case Join::Float:
+        case Join::FloatAdd:
+        case Join::Exact: return RowTest::ClosedOpen;
+        default: return RowTest::OpenClosed;
+    }
+}
+
+// The first frame that reaches a latching branch fixes its static to T1;
+// one flag serves both statics, so only that frame's static ever latches.
+void latch(Latch which, const Frame& f, CalState& st) {
+    if (which == Latch::None || st.flag != 1) return;
+    st.flag = 0;
+    switch (which) {
+        case Latch::W1: st.w1 = f.c.c1; break;
+        case Latch::W2: st.w2 = f.c.c1; break;
+        case Latch::Ch: st.ch = f.c.c1; break;
+        case Latch::None: break;
+    }
 }
 
 }  // namespace
@@ -81,17 +112,22 @@ float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
 
     Frame f{};
     f.c = frameCtx(block, static_cast<float>(normalisedGray(block, gray)));
-    if (m.channel == Channel::CH1) {
-        st.const_CH1 = f.c.c1;
-    } else {
+    for (int k = 0; k < 12; ++k) f.gc[k] = f.c.g[k];
+    // The long layout keeps tempCH1 only from a branch that runs.
+    const bool longForm = m.stage == StageForm::Long;
+    if (m.channel == Channel::CH2) {
         st.const_CH2 = f.c.c2;
+    } else if (!longForm) {
+        st.const_CH1 = f.c.c1;
     }
     f.dIT = f.c.c5 - get(block, field::itRefTemp);
     f.low = get(block, field::warmDiffLow);
     f.high = get(block, field::warmDiffHigh);
     f.divisor = get(block, field::warmDivisor);
     f.driftGain = get(block, field::driftGain);
-    f.rampW = f.c.c5 - (m.channel == Channel::CH1 ? st.const_CH1 : f.c.c1);
+    f.rampW = f.c.c5 - (m.channel == Channel::CH1 && !longForm ? st.const_CH1 : f.c.c1);
+    f.sh2 = get(block, field::shutterCH2);
+    f.sh3 = get(block, field::shutterCH3);
 
     int32_t N = 0;
     if (m.drift == DriftForm::Read) {
@@ -108,16 +144,26 @@ float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
         if (br->seedWCH5 && static_cast<double>(st.wCH5) >= -1e-06 && static_cast<double>(st.wCH5) <= 1e-06) {
             st.wCH5 = get(block, field::itRefTemp);
         }
-        const Curve curve = gridCurve(br->grid, block);
-        gridSlopes(curve, f.c.slope);
+        // The scale multiplies the marks as float products; c.g then holds
+        // the curve as the grid reads it.
+        f.scale = curveScale(*br, f);
+        if (br->scale == Scale::None) {
+            f.curve = gridCurve(br->grid, block);
+        } else {
+            f.curve = gridCurve(br->grid, block, f.scale, br->scaleFrom);
+            for (int k = br->scaleFrom; k < 12; ++k) f.c.g[k] = f.gc[k] * f.scale;
+        }
+        gridSlopes(f.curve, f.c.slope);
         st.const_b = bodyDrift(br->body, f);
+        latch(br->latch, f, st);
         float D = warmShift(br->warm, f, st);
-        st.const_d = driftCounts(*br, N, f, D);
+        st.const_d = driftCounts(*br, N, f, st, D);
         if (hold) D = get(block, field::warmShift);
 
-        segmentBuild(curve, br->kD, StepMath::WholeFloat, D, st.tempdata);
+        segmentBuild(f.curve, br->kD, StepMath::WholeFloat, D, st.tempdata);
         raw = segmentLookup(st.tempdata, gridRows(br->grid), lookupValue(*br, f, st), rowTest(br->join));
         published = br->publish == Publish::Shift ? D : 0.0f;
+        if (longForm) st.const_CH1 = f.c.c1;
     }
     if (!hold) set(block, field::warmShift, published);
     return raw;
