@@ -1,13 +1,23 @@
 #!/usr/bin/env bash
-# Builds kalviro (Release) and converts a frame with kalviro-convert: the
-# built-in sample without arguments, else FRAME WIDTH HEIGHT CALTYPE [EMISSIVITY].
+# Builds kalviro (Release), installs the Python package kalviro for the
+# current user, and converts a frame with kalviro-convert: the built-in
+# sample without arguments, else FRAME WIDTH HEIGHT CALTYPE [EMISSIVITY].
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 build="${KALVIRO_BUILD_DIR:-$root/build/run}"
 
 bash "$root/scripts/setup.sh"
+
+# The package goes where `pip install --user` would put it: the user site of
+# Debian's python3, which needs no root and is searched before the system's.
+python="${KALVIRO_PYTHON_EXECUTABLE:-/usr/bin/python3}"
+site="$("$python" -m site --user-site)"
+
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DKALVIRO_TESTS=OFF -DKALVIRO_BENCH=OFF -DKALVIRO_APPS=ON -DKALVIRO_SANITIZE=OFF
-cmake --build "$build" --target kalviro-convert
+    -DKALVIRO_TESTS=OFF -DKALVIRO_BENCH=OFF -DKALVIRO_APPS=ON -DKALVIRO_SANITIZE=OFF \
+    -DKALVIRO_PYTHON=ON -DPython3_EXECUTABLE="$python" -DKALVIRO_PYTHON_INSTALL_DIR="$site"
+cmake --build "$build" --target kalviro-convert _kalviro
+cmake --install "$build" --component python >/dev/null
+echo "run: Python package kalviro $("$python" -c 'import kalviro; print(kalviro.__version__, "in", kalviro.__file__)' | sed 's|/__init__.py||')"
 "$build/apps/kalviro-convert" "$@"

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what building and testing kalviro needs on a Debian machine, and
 # nothing that is already there: apt-get runs only when a package is missing.
-# Arguments name further packages (the Arm cross toolchain, say).
+# Arguments name further packages (the Arm cross toolchain, say). Another
+# apt-get may hold the dpkg lock: wait for it rather than fail.
 set -euo pipefail
 
 packages=(
@@ -14,6 +15,10 @@ packages=(
     libgmock-dev
     libbenchmark-dev
     clang-format
+    python3-dev
+    pybind11-dev
+    python3-numpy
+    python3-pytest
     "$@"
 )
 
@@ -45,5 +50,5 @@ else
 fi
 
 echo "setup: installing ${missing[*]}"
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 update
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "${missing[@]}"
