@@ -51,15 +51,15 @@ class CalTypeInfo(NamedTuple):
     """What a CalType offers."""
 
     caltype: int
-    converts: bool  # False: Camera(caltype) raises ValueError
-    family: Optional[str]  # "direct" or "ladder"; None while it does not convert
+    converts: bool  # every CalType of the list converts
+    family: str  # "direct" or "ladder"
     layout: str  # "base" or "long": where the words at 0x134 and 0x138 lie
     has_get_it: bool  # Camera.get_it gives a number, not None
     temp_ranges: Tuple[int, ...]  # the tempRange codes it converts
 
 
 def caltypes() -> list[CalTypeInfo]:
-    """All CalTypes of the library, ascending, converting or not."""
+    """All CalTypes of the library, ascending."""
     return [CalTypeInfo(*row) for row in _kalviro._caltypes()]
 
 

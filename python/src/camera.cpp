@@ -22,15 +22,11 @@ int32_t hundredths(double degrees, const char* name) {
     return static_cast<int32_t>(h);
 }
 
-// The CalType, once it is known to convert.
+// The CalType, once it is known to be one of the list.
 int32_t converting(int32_t calType) {
-    const CalTypeInfo* info = findCalType(calType);
-    if (info == nullptr) {
+    if (findCalType(calType) == nullptr) {
         throw py::value_error("CalType " + std::to_string(calType) +
                               " is not a CalType: see kalviro.caltypes()");
-    }
-    if (!info->converts()) {
-        throw py::value_error("CalType " + std::to_string(calType) + " does not convert yet");
     }
     return calType;
 }

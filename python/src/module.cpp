@@ -24,9 +24,8 @@ const char* familyName(Family f) {
         case Family::Direct4: return "direct";
         case Family::Ladder:
         case Family::Ladder4: return "ladder";
-        case Family::None: break;
     }
-    return nullptr;
+    return "";
 }
 
 // (caltype, converts, family, layout, has_get_it, temp_ranges) for each
@@ -35,13 +34,11 @@ py::list calTypes() {
     py::list rows;
     for (const CalTypeInfo& c : kCalTypes) {
         const bool fiveRanges = c.family == Family::Direct4 || c.family == Family::Ladder4;
-        const std::vector<int> ranges = !c.converts() ? std::vector<int>{}
-                                        : fiveRanges  ? std::vector<int>{2, 3, 4, 5}
-                                                      : std::vector<int>{2, 3, 4};
-        const char* family = familyName(c.family);
-        rows.append(py::make_tuple(c.calType, c.converts(), family ? py::object(py::str(family)) : py::none(),
-                                   c.layout == Layout::Long ? "long" : "base", c.hasGetIT,
-                                   py::tuple(py::cast(ranges))));
+        const std::vector<int> ranges = fiveRanges ? std::vector<int>{2, 3, 4, 5} : std::vector<int>{2, 3, 4};
+        // Every CalType of the list converts; the column stays for callers
+        // that ask.
+        rows.append(py::make_tuple(c.calType, true, familyName(c.family), c.layout == Layout::Long ? "long" : "base",
+                                   c.hasGetIT, py::tuple(py::cast(ranges))));
     }
     return rows;
 }
