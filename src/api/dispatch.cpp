@@ -5,6 +5,7 @@
 
 #include "api/frame_table.hpp"
 #include "api/module.hpp"
+#include "direct/pixel.hpp"
 #include "direct/recipes.hpp"
 #include "ladder/get_it.hpp"
 #include "ladder/ladder.hpp"
@@ -82,17 +83,25 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
     return 0.0f;
 }
 
+// The family's per-pixel plan for the frame, handed to `use`; the kernel of
+// every plan is pixelDegrees(plan, gray).
+template <typename Use>
+auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emissivity, float distance,
+              Use&& use) {
+    switch (m.family) {
+        case Family::Direct: return use(direct::pixelPlan(*m.direct, st, b, emissivity, distance));
+        case Family::Direct4: return use(direct::pixelPlan(*m.direct4, st, b, emissivity, distance));
+        case Family::Ladder:
+        case Family::Ladder4: break;
+    }
+    return use(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance));
+}
+
 float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
                   float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
-    const uint8_t* b = bytes(block);
-    switch (m.family) {
-        case Family::Direct: return direct::pixelDegrees(*m.direct, st, b, gray, emissivity, distance);
-        case Family::Direct4: return direct::pixelDegrees(*m.direct4, st, b, gray, emissivity, distance);
-        case Family::Ladder:
-        case Family::Ladder4: return ladder::realDegrees(*m.ladder, st, b, gray, emissivity, distance);
-    }
-    return 0.0f;
+    return withPlan(m, st, bytes(block), emissivity, distance,
+                    [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
 float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
@@ -105,19 +114,9 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table) {
     if (block == nullptr) return;
-    switch (m.family) {
-        case Family::Ladder:
-        case Family::Ladder4: {
-            const ladder::PixelPlan plan =
-                ladder::pixelPlan(*m.ladder, st, bytes(block), emissivity, distance);
-            frameThrough([&](int32_t g) { return ladder::pixelDegrees(plan, g); }, pixels, count, out, table);
-            return;
-        }
-        case Family::Direct:
-        case Family::Direct4: break;
-    }
-    frameThrough([&](int32_t g) { return convertReal(m, st, block, g, emissivity, distance); }, pixels, count,
-                 out, table);
+    withPlan(m, st, bytes(block), emissivity, distance, [&](const auto& plan) {
+        frameThrough([&plan](int32_t g) { return pixelDegrees(plan, g); }, pixels, count, out, table);
+    });
 }
 
 }  // namespace kalviro

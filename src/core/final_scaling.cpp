@@ -28,9 +28,12 @@ int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* blo
 }
 
 float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block) {
+    return scalePixel(Tc, f, air, get(block, field::tempGain),
+                      static_cast<float>(get(block, field::tempOffset)));
+}
+
+float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float offset) {
     const float t = (Tc * 100.0f) / 100.0f;
-    const int32_t gain = get(block, field::tempGain);
-    const float offset = static_cast<float>(get(block, field::tempOffset));
     if (f.form == Emissivity::Polynomial) {
         const double H = (static_cast<double>(gain) * (static_cast<double>(t) - 20.0)) / 100.0;
         return static_cast<float>(H * static_cast<double>(f.E)) * 100.0f + 2000.0f + offset;

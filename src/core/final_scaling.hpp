@@ -23,8 +23,10 @@ EmissFactor emissFactor(Emissivity form, float emissivity);
 int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* block);
 
 // Per-pixel: no integer step; returns F, hundredths as a float with
-// tempOffset already in it.
+// tempOffset already in it. The second form takes tempGain and tempOffset
+// (as a float) read once for a frame.
 float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block);
+float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float offset);
 
 // The per-pixel distance boost from the block's distance: from 8 m in
 // tempRange 2, from 4 m in 3, none in 4. Returns the truncated hundredths.

@@ -9,6 +9,7 @@
 #include "core/frame.hpp"
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
+#include "direct/pixel.hpp"
 #include "direct/recipe.hpp"
 
 namespace kalviro::direct {
@@ -30,40 +31,12 @@ int32_t early12(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, 
 
 int32_t realtime12(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
                    float emissivity, float distance) {
-    const EmissFactor f = emissFactor(r.emissivity, emissivity);
-    const int32_t ip = clampedPercent(emissivity);
-    const float gf = static_cast<float>(normalisedGray(block, gray));
-    float W = static_cast<float>(get(block, field::windowTrans)) / 100.0f;
-
-    const int32_t range = get(block, field::tempRange);
-    int32_t v = 0;
-    float T = 0.0f;
-    if (const int rows = fourRangeRows(range)) {
-        if (range == 4) {
-            // In this range the word at 0x030 is a window term.
-            const double open = static_cast<double>(1.0f - W);
-            if (open >= 0.000001 || open <= -0.000001) W = W - get(block, field::warmDiffLow);
-        }
-        v = fourRangeValue(range, toInt((gf - st.const_b) + st.const_R), block, st.const_U);
-        // tempRange 5 reads rows only through the low-emissivity override.
-        if (range != 5) T = segmentLookup(st.tempdata, rows, static_cast<float>(v), RowTest::OpenClosed);
-    }
-    if (ip <= 9) T = segmentTemp(st.tempdata[ip], static_cast<float>(v));
-
-    const float a = st.const_CH2;
-    const float Tc = atmospherePixel(T, block, a, distance, st.const_A3, st.const_B3);
-    const float F = scalePixel(Tc, f, a, block);
-    return toInt(F / W - (a * (1.0f - W)) * 100.0f);
+    return static_cast<int32_t>(pixelHundredths(pixelPlan(r, st, block, emissivity, distance), gray));
 }
 
 float frameDegrees(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                    float distance) {
     return static_cast<float>(early12(r, st, block, gray, emissivity, distance)) / 100.0f;
-}
-
-float pixelDegrees(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
-                   float emissivity, float distance) {
-    return static_cast<float>(realtime12(r, st, block, gray, emissivity, distance)) / 100.0f;
 }
 
 }  // namespace kalviro::direct

@@ -6,6 +6,7 @@
 #include "core/block.hpp"
 #include "core/frame.hpp"
 #include "core/numeric.hpp"
+#include "direct/pixel.hpp"
 #include "direct/recipe.hpp"
 
 namespace kalviro::direct {
@@ -89,41 +90,10 @@ int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray,
     return out;
 }
 
-float engineRealtime(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray,
-                     float emissivity, float distance) {
-    const EmissFactor f = emissFactor(r.emissivity, emissivity);
-    const float gf = static_cast<float>(normalisedGray(block, gray));
-
-    float T = 0.0f;
-    if (const Branch* br = branchFor(r, get(block, field::tempRange))) {
-        const int32_t v = wrapAdd(toInt((gf - st.const_b) + st.const_R), toInt(st.const_d));
-        T = segmentLookup(st.tempdata, gridRows(br->grid), static_cast<float>(v), RowTest::OpenClosed);
-    }
-
-    const float air = pixelAirIsC2(r.air) ? st.const_CH2 : st.const_CH1;
-    const float Tc = atmospherePixel(T, block, air, distance, st.const_A3, st.const_B3);
-    const float F = scalePixel(Tc, f, air, block);
-
-    switch (r.result) {
-        case Result::Hundredths: return static_cast<float>(r.boost ? distanceBoost(F, block) : toInt(F));
-        case Result::LongPlain: return F;
-        case Result::LongWindow: {
-            const float W = static_cast<float>(get(block, field::windowTransLong)) / 100.0f;
-            return F / W - (air * (1.0f - W)) * 100.0f;
-        }
-    }
-    return 0.0f;
-}
-
 float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                    float distance) {
     const int32_t h = engineEarly(r, st, block, gray, emissivity, distance);
     return r.result == Result::Hundredths ? static_cast<float>(h) / 100.0f : static_cast<float>(h / 100);
-}
-
-float pixelDegrees(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
-                   float distance) {
-    return engineRealtime(r, st, block, gray, emissivity, distance) / 100.0f;
 }
 
 }  // namespace kalviro::direct

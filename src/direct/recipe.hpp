@@ -147,17 +147,11 @@ int32_t realtime12(const FourRange&, const CalState&, const uint8_t* block, int3
 
 // The Direct stages; each result form is its own.
 int32_t engineEarly(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
-float engineRealtime(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
-                     float distance);
 
-// The entries in degrees: the long layout reports whole degrees from the
-// per-frame call and fractions from the per-pixel call.
+// The per-frame call in degrees: the long layout reports whole degrees. The
+// per-pixel call is a plan and a kernel (pixel.hpp).
 float frameDegrees(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
-float pixelDegrees(const Recipe&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
-                   float distance);
 float frameDegrees(const FourRange&, CalState&, uint8_t* block, int32_t gray, float emissivity,
-                   float distance);
-float pixelDegrees(const FourRange&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
                    float distance);
 
 }  // namespace kalviro::direct

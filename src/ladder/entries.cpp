@@ -28,9 +28,4 @@ float frameDegrees(const Member& m, CalState& st, uint8_t* block, int32_t gray, 
     return 0.0f;
 }
 
-float realDegrees(const Member& m, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
-                  float distance) {
-    return pixelDegrees(pixelPlan(m, st, block, emissivity, distance), gray);
-}
-
 }  // namespace kalviro::ladder

@@ -1,5 +1,6 @@
-// The ladder family as the dispatch sees it: the per-frame call, and the
-// per-pixel call as a plan and a kernel, each in the family's result form.
+// The ladder family as the dispatch sees it: the per-frame call here, the
+// per-pixel call as a plan and a kernel (pipeline.hpp), each in the family's
+// result form.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +15,5 @@ namespace kalviro::ladder {
 // in the long layout.
 float frameDegrees(const Member& m, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                    float distance);
-
-float realDegrees(const Member& m, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
-                  float distance);
 
 }  // namespace kalviro::ladder

@@ -1,0 +1,94 @@
+#include "direct/pixel.hpp"
+
+#include "core/atmosphere.hpp"
+#include "core/block.hpp"
+#include "core/four_range.hpp"
+#include "core/frame.hpp"
+#include "core/numeric.hpp"
+#include "core/segment_table.hpp"
+
+namespace kalviro::direct {
+namespace {
+
+// The static that carries the per-pixel air temperature: const_CH2 holds c2.
+bool pixelAirIsC2(Air air) { return air == Air::C1FrameC2 || air == Air::C2; }
+
+void common(PixelPlan& p, const CalState& st, const uint8_t* block, Emissivity form, float emissivity,
+            float distance) {
+    p.grayRef = get(block, field::grayRef);
+    p.grayBias = get(block, field::grayBias);
+    p.constB = st.const_b;
+    p.constR = st.const_R;
+    p.rows = st.tempdata;
+    p.range = get(block, field::tempRange);
+    p.A3 = st.const_A3;
+    p.airExp = pixelAirExp(block, distance, st.const_B3);
+    p.factor = emissFactor(form, emissivity);
+    p.gain = get(block, field::tempGain);
+    p.offset = static_cast<float>(get(block, field::tempOffset));
+    p.distanceM = static_cast<double>(get(block, field::distance)) / 100.0;
+}
+
+}  // namespace
+
+PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
+                    float distance) {
+    PixelPlan p{};
+    common(p, st, block, r.emissivity, emissivity, distance);
+    p.drift = toInt(st.const_d);
+    const Branch* br = branchFor(r, p.range);
+    p.rowCount = br ? gridRows(br->grid) : 0;
+    p.air = pixelAirIsC2(r.air) ? st.const_CH2 : st.const_CH1;
+    switch (r.result) {
+        case Result::Hundredths: p.end = r.boost ? PixelEnd::Boost : PixelEnd::Truncate; break;
+        case Result::LongPlain: p.end = PixelEnd::LongPlain; break;
+        case Result::LongWindow:
+            p.end = PixelEnd::LongWindow;
+            p.window = static_cast<float>(get(block, field::windowTransLong)) / 100.0f;
+            break;
+    }
+    return p;
+}
+
+PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block, float emissivity,
+                    float distance) {
+    PixelPlan p{};
+    common(p, st, block, r.emissivity, emissivity, distance);
+    p.drift = fourRangeValue(p.range, 0, block, st.const_U);
+    p.rowCount = fourRangeRows(p.range);
+    p.unknownRange = p.rowCount == 0;
+    // tempRange 5 reads rows only through the low-emissivity row.
+    if (p.range == 5) p.rowCount = 0;
+    const int32_t ip = clampedPercent(emissivity);
+    p.percentRow = ip <= 9 ? ip : 0;
+    p.air = st.const_CH2;
+    p.end = PixelEnd::Window;
+    p.window = static_cast<float>(get(block, field::windowTrans)) / 100.0f;
+    if (p.range == 4) {
+        // In this range the word at 0x030 is a window term.
+        const double open = static_cast<double>(1.0f - p.window);
+        if (open >= 0.000001 || open <= -0.000001) p.window = p.window - get(block, field::warmDiffLow);
+    }
+    return p;
+}
+
+float pixelHundredths(const PixelPlan& p, int32_t gray) {
+    const float gf = static_cast<float>(wrapAdd(wrapSub(gray, p.grayRef), p.grayBias));
+    const int32_t v = p.unknownRange ? 0 : wrapAdd(toInt((gf - p.constB) + p.constR), p.drift);
+    float T = segmentLookup(p.rows, p.rowCount, static_cast<float>(v), RowTest::OpenClosed);
+    if (p.percentRow != 0) T = segmentTemp(p.rows[p.percentRow], static_cast<float>(v));
+
+    const float Tc = airCorrection(T, p.air, p.airExp, p.A3);
+    const float F = scalePixel(Tc, p.factor, p.air, p.gain, p.offset);
+    switch (p.end) {
+        case PixelEnd::Truncate: return static_cast<float>(toInt(F));
+        case PixelEnd::Boost: return static_cast<float>(toInt(distanceRiseAt(F, p.range, p.distanceM)));
+        case PixelEnd::LongPlain: return F;
+        case PixelEnd::LongWindow: return F / p.window - (p.air * (1.0f - p.window)) * 100.0f;
+        case PixelEnd::Window:
+            return static_cast<float>(toInt(F / p.window - (p.air * (1.0f - p.window)) * 100.0f));
+    }
+    return F;
+}
+
+}  // namespace kalviro::direct
