@@ -36,7 +36,7 @@ struct BenchBlock {
     std::array<uint8_t, 512> bytes{};
     explicit BenchBlock(int32_t calType) {
         fill_worked_block(bytes.data());
-        if (calType == 54) {
+        if (calType == 54 || calType == 111) {
             put_f32(bytes.data(), offsetof(TempFrameInfo, grayCurveExt), 13900.0f);
             put_f32(bytes.data(), offsetof(TempFrameInfo, grayCurveExt) + 4, 16100.0f);
             put_i32(bytes.data(), offsetof(TempFrameInfo, envTemp), 90);  // windowTransLong
@@ -50,6 +50,9 @@ const char* label(int32_t calType) {
         case 21: return "CalType 21, emissivity polynomial";
         case 20: return "CalType 20, Esp_Table";
         case 54: return "CalType 54, long layout with window";
+        case 81: return "CalType 81, emissivity ladder";
+        case 134: return "CalType 134, scaled curve, lens table, window";
+        case 111: return "CalType 111, ladder, long layout";
         default: return "";
     }
 }
@@ -72,7 +75,14 @@ void BM_FramePerPixel(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(grays.size()));
     state.SetLabel(label(calType));
 }
-BENCHMARK(BM_FramePerPixel)->Arg(21)->Arg(20)->Arg(54)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FramePerPixel)
+    ->Arg(21)
+    ->Arg(20)
+    ->Arg(54)
+    ->Arg(81)
+    ->Arg(134)
+    ->Arg(111)
+    ->Unit(benchmark::kMillisecond);
 
 // The same frame through kalviro_convert_frame: each distinct gray converted
 // once, kept in the caller's table between frames.
@@ -94,7 +104,14 @@ void BM_FrameTable(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pixels.size()));
     state.SetLabel(label(calType));
 }
-BENCHMARK(BM_FrameTable)->Arg(21)->Arg(20)->Arg(54)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FrameTable)
+    ->Arg(21)
+    ->Arg(20)
+    ->Arg(54)
+    ->Arg(81)
+    ->Arg(134)
+    ->Arg(111)
+    ->Unit(benchmark::kMillisecond);
 
 // The same frame through KALVIRO_Gray2Temp_Real: the table search on every pixel.
 void BM_FrameThroughDispatch(benchmark::State& state) {
@@ -121,7 +138,7 @@ void BM_PerFrameCall(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
     state.SetLabel(label(calType));
 }
-BENCHMARK(BM_PerFrameCall)->Arg(21)->Arg(20)->Arg(54);
+BENCHMARK(BM_PerFrameCall)->Arg(21)->Arg(20)->Arg(54)->Arg(81)->Arg(134)->Arg(111);
 
 // The gray of 53.88 degrees between 0 and 150 degrees on a 14-bit scale.
 void BM_Temp2Gray(benchmark::State& state) {
@@ -136,7 +153,7 @@ void BM_Temp2Gray(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
     state.SetLabel(label(calType));
 }
-BENCHMARK(BM_Temp2Gray)->Arg(21)->Arg(20)->Arg(54);
+BENCHMARK(BM_Temp2Gray)->Arg(21)->Arg(20)->Arg(54)->Arg(81);
 
 }  // namespace
 

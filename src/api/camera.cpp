@@ -2,7 +2,6 @@
 #include <type_traits>
 
 #include "api/module.hpp"
-#include "api/temp2gray.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro {
@@ -53,8 +52,10 @@ int32_t Camera::getTempPara(const TempFrameInfo* block, TempPara* para) const no
 
 int32_t Camera::temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t tempMax, int32_t grayMin,
                           int32_t grayMax, int32_t target, float emissivity) const noexcept {
-    return kalviro::temp2gray([&](int32_t g) { return real(g, block, emissivity, 0.0f); }, tempMin, tempMax,
-                              grayMin, grayMax, target);
+    const Module* m = CameraAccess::module(*this);
+    if (m == nullptr) return grayMin;
+    return searchGray(*m, CameraAccess::state(*this), block, tempMin, tempMax, grayMin, grayMax, target,
+                      emissivity);
 }
 
 void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,

@@ -5,6 +5,7 @@
 
 #include "api/frame_table.hpp"
 #include "api/module.hpp"
+#include "api/temp2gray.hpp"
 #include "direct/pixel.hpp"
 #include "direct/recipes.hpp"
 #include "ladder/get_it.hpp"
@@ -84,23 +85,24 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 }
 
 // The family's per-pixel plan for the frame, handed to `use`; the kernel of
-// every plan is pixelDegrees(plan, gray).
+// every plan is pixelDegrees(plan, gray). A plan for many gray values takes
+// once what a single one would not need.
 template <typename Use>
 auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emissivity, float distance,
-              Use&& use) {
+              bool many, Use&& use) {
     switch (m.family) {
         case Family::Direct: return use(direct::pixelPlan(*m.direct, st, b, emissivity, distance));
         case Family::Direct4: return use(direct::pixelPlan(*m.direct4, st, b, emissivity, distance));
         case Family::Ladder:
         case Family::Ladder4: break;
     }
-    return use(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance));
+    return use(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance, many));
 }
 
 float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
                   float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
-    return withPlan(m, st, bytes(block), emissivity, distance,
+    return withPlan(m, st, bytes(block), emissivity, distance, false,
                     [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
@@ -114,8 +116,17 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table) {
     if (block == nullptr) return;
-    withPlan(m, st, bytes(block), emissivity, distance, [&](const auto& plan) {
+    withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
         frameThrough([&plan](int32_t g) { return pixelDegrees(plan, g); }, pixels, count, out, table);
+    });
+}
+
+int32_t searchGray(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t tempMin,
+                   int32_t tempMax, int32_t grayMin, int32_t grayMax, int32_t target, float emissivity) {
+    if (block == nullptr) return grayMin;
+    return withPlan(m, st, bytes(block), emissivity, 0.0f, true, [&](const auto& plan) {
+        return temp2gray([&plan](int32_t g) { return pixelDegrees(plan, g); }, tempMin, tempMax, grayMin,
+                         grayMax, target);
     });
 }
 

@@ -9,6 +9,15 @@
 
 namespace {
 
+// The row whose per-pixel function fn is, if any: such a call can run as a
+// plan taken once and a kernel per gray value.
+const CalTypeEntry* entryOfReal(Gray2TempFn fn) {
+    for (int32_t i = 0; i < kalviro_table_size; ++i) {
+        if (kalviro_table[i].real == fn) return &kalviro_table[i];
+    }
+    return nullptr;
+}
+
 const CalTypeEntry* findEntry(int32_t calType) {
     for (int32_t i = 0; i < kalviro_table_size; ++i) {
         if (kalviro_table[i].calType == calType) return &kalviro_table[i];
@@ -106,6 +115,11 @@ void KALVIRO_GetVersionMinute(char* text) { std::strcpy(text, "V_0.0.29"); }
 int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin, int32_t tempMax,
                           int32_t grayMin, int32_t grayMax, int32_t target, float emissivity) {
     if (fn == nullptr) return grayMin;
+    if (const CalTypeEntry* e = block ? entryOfReal(fn) : nullptr) {
+        const int index = kalviro::listIndex(e->calType);
+        return kalviro::searchGray(kalviro::moduleAt(index), kalviro::processState(index), block, tempMin,
+                                   tempMax, grayMin, grayMax, target, emissivity);
+    }
     return kalviro::temp2gray([&](int32_t g) { return fn(g, block, emissivity, 0.0f); }, tempMin, tempMax,
                               grayMin, grayMax, target);
 }
@@ -121,9 +135,8 @@ extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, c
     }
     // A CalType's own per-pixel function runs as a plan for the frame and a
     // kernel per gray value; any other function is called per gray value.
-    for (int32_t i = 0; i < kalviro_table_size; ++i) {
-        if (kalviro_table[i].real != fn) continue;
-        const int index = kalviro::listIndex(kalviro_table[i].calType);
+    if (const CalTypeEntry* e = entryOfReal(fn)) {
+        const int index = kalviro::listIndex(e->calType);
         kalviro::convertFrame(kalviro::moduleAt(index), kalviro::processState(index), block, pixels, count,
                               emissivity, distance, out, *table);
         return 0;

@@ -57,6 +57,10 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table);
 
+// The inverse search on the CalType's per-pixel call, its plan taken once.
+int32_t searchGray(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t tempMin,
+                   int32_t tempMax, int32_t grayMin, int32_t grayMax, int32_t target, float emissivity);
+
 // GetITValue of a CalType from its row in the family table; 0.0 for a CalType
 // without one.
 double getITValue(int32_t calType, const uint8_t* block);

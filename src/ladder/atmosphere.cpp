@@ -111,18 +111,14 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
             const double d = distance;
             p.D = d > 1e-6 || d < -1e-6 ? distance : blockD;
             row = lensTableRow(range, get(block, field::lensType), p.D);
-            p.expK0 = std::exp(K0);
             break;
         }
         case Atmosphere::RangeLinear:
             p.D = blockD;
             row = rangeLinearRow(range, p.D);
-            // Ranges without a grid take myexp, and no correction.
-            p.expK0 = range >= 2 && range <= 4 ? std::exp(K0) : myexp(K0);
             break;
         case Atmosphere::NoLens:
             p.D = blockD;
-            p.expK0 = std::exp(K0);
             if (range >= 2 && range <= 4) {
                 row = noLensRow(range, p.D);
             } else {
@@ -134,6 +130,11 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
             break;
         case Atmosphere::Plain: break;
     }
+    // A near row takes its own exponential and not also that of V0. Ranges
+    // without a grid take myexp in the range-linear form, and no correction.
+    const bool noGrid = range < 2 || range > 4;
+    if (row.rule != Rule::Near)
+        p.expK0 = form == Atmosphere::RangeLinear && noGrid ? myexp(K0) : std::exp(K0);
     p.rule = row.rule;
     p.a = row.a;
     p.b = row.b;

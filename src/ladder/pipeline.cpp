@@ -96,7 +96,7 @@ float airStatic(Channel c, const CalState& st) { return c == Channel::CH1 ? st.c
 }  // namespace
 
 PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance) {
+                    float distance, bool eager) {
     PixelPlan p{};
     p.grayRef = get(block, field::grayRef);
     p.grayBias = get(block, field::grayBias);
@@ -118,7 +118,8 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
 
     p.air = airPlan(m.pixel.atmosphere, st, block, airStatic(m.channel, st), distance);
     p.baseTemp = degrees(block, field::tempCH1);
-    p.ladder = ladderPlan(emissivity, p.baseTemp);
+    p.eager = eager;
+    if (eager) p.ladder = ladderPlan(emissivity, p.baseTemp);
     p.emissivity = emissivity;
 
     p.gain = static_cast<float>(get(block, field::tempGain));
@@ -149,7 +150,8 @@ float pixelDegrees(const PixelPlan& p, int32_t gray) {
     const float apparent = airApply(p.air, raw);
 
     // The ladder sees the apparent temperature through hundredths, uncut.
-    const float g = p.ladder.factorAt(static_cast<double>(apparent * 100.0f) / 100.0);
+    const double x = static_cast<double>(apparent * 100.0f) / 100.0;
+    const float g = p.eager ? p.ladder.factorAt(x) : ladderFactor(p.emissivity, x, p.baseTemp);
     const float af = (apparent * 100.0f) / 100.0f;
     const float base = p.baseTemp;
 

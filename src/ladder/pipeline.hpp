@@ -42,6 +42,7 @@ struct PixelPlan {
     // Atmosphere, ladder, final form.
     AirPlan air;
     float baseTemp;
+    bool eager;  // the ladder's 24 factors taken once, for many gray values
     LadderPlan ladder;
     float gain;    // (float)tempGain
     float offset;  // (float)tempOffset
@@ -55,8 +56,10 @@ struct PixelPlan {
     int32_t trimA, trimB;  // envTemp / 100, auxGate / 100
 };
 
+// A plan for many gray values (eager) evaluates the ladder's polynomial of
+// every bin once; one for a single gray value evaluates the one it needs.
 PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance);
+                    float distance, bool eager);
 
 // The per-pixel result in degrees: hundredths divided by 100 in single
 // precision, or in the long layout the unquantised value.
