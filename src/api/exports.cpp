@@ -2,6 +2,7 @@
 #include "api/module.hpp"
 #include "direct/recipes.hpp"
 #include "kalviro.h"
+#include "ladder/get_it.hpp"
 
 namespace {
 
@@ -27,7 +28,7 @@ struct Exported {
         kalviro::tempParaGet(kalviro::moduleAt(index).longLayout, kalviro::bytes(block), para);
     }
     static double getIT(TempFrameInfo* block) {
-        return block ? kalviro::getITValue(NN, kalviro::bytes(block)) : 0.0;
+        return block ? kalviro::ladder::getITValue(NN, kalviro::bytes(block)) : 0.0;
     }
 };
 

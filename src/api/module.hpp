@@ -61,10 +61,6 @@ void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* bloc
 int32_t searchGray(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t tempMin,
                    int32_t tempMax, int32_t grayMin, int32_t grayMax, int32_t target, float emissivity);
 
-// GetITValue of a CalType from its row in the family table; 0.0 for a CalType
-// without one.
-double getITValue(int32_t calType, const uint8_t* block);
-
 // TempPara_get in the short or the long form.
 void tempParaGet(bool longForm, const uint8_t* block, TempPara* para);
 

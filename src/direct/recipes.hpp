@@ -4,6 +4,7 @@
 // the catalogue's order; the hand-written oddities are named in the enums.
 #pragma once
 
+#include "core/rows.hpp"
 #include "direct/recipe.hpp"
 
 namespace kalviro::direct {
@@ -92,34 +93,10 @@ inline constexpr FourRange kFourRange[] = {
 
 }  // namespace recipe_words
 
-constexpr const Recipe* recipeFor(int32_t calType) {
-    for (const Recipe& r : recipe_words::kRecipes) {
-        if (r.calType == calType) return &r;
-    }
-    return nullptr;
-}
+constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
+constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
 
-// Whether a CalType has a row, by number: checks at compile time stay free of
-// pointer comparisons, which the sanitizers' builds cannot evaluate.
-constexpr bool hasRecipe(int32_t calType) {
-    for (const Recipe& r : recipe_words::kRecipes) {
-        if (r.calType == calType) return true;
-    }
-    return false;
-}
-
-constexpr bool hasFourRange(int32_t calType) {
-    for (const FourRange& r : recipe_words::kFourRange) {
-        if (r.calType == calType) return true;
-    }
-    return false;
-}
-
-constexpr const FourRange* fourRangeFor(int32_t calType) {
-    for (const FourRange& r : recipe_words::kFourRange) {
-        if (r.calType == calType) return &r;
-    }
-    return nullptr;
-}
+constexpr const FourRange* fourRangeFor(int32_t calType) { return rowOf(recipe_words::kFourRange, calType); }
+constexpr bool hasFourRange(int32_t calType) { return rowIndexOf(recipe_words::kFourRange, calType) >= 0; }
 
 }  // namespace kalviro::direct

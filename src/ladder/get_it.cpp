@@ -1,15 +1,9 @@
-// GetITValue: a polynomial of degree three at most in the distance of tempCH5
-// from the camera's reference itRefTemp. Members are rows of one table,
-// keyed by CalType and tempRange; the block is only read.
 #include "ladder/get_it.hpp"
 
-#include "api/module.hpp"
 #include "core/block.hpp"
 
-namespace kalviro {
+namespace kalviro::ladder {
 namespace {
-
-using namespace ladder;
 
 // In float throughout, with a and b from the block.
 double blockCubic(float x, float slope, float a, float b) {
@@ -55,4 +49,4 @@ double getITValue(int32_t calType, const uint8_t* block) {
     return v > 0 ? v + 0.5 : v - 0.5;
 }
 
-}  // namespace kalviro
+}  // namespace kalviro::ladder

@@ -82,4 +82,8 @@ constexpr int rowIndex(int32_t calType) {
 // Whether a CalType has a GetITValue_NN: a row of this table.
 constexpr bool hasGetITRow(int32_t calType) { return rowIndex(calType) >= 0; }
 
+// GetITValue_NN of a CalType from its row; 0.0 for one without a row, and
+// where its row has no value for the tempRange.
+double getITValue(int32_t calType, const uint8_t* block);
+
 }  // namespace kalviro::ladder

@@ -5,6 +5,7 @@
 // pipeline; the exponent of the per-frame result.
 #pragma once
 
+#include "core/rows.hpp"
 #include "ladder/member.hpp"
 
 namespace kalviro::ladder {
@@ -214,26 +215,13 @@ inline constexpr Member kMembers[] = {
 
 }  // namespace member_words
 
-// Whether a CalType has a row and runs the four-range frame, by number.
-constexpr bool hasMember(int32_t calType) {
-    for (const Member& m : member_words::kMembers) {
-        if (m.calType == calType) return true;
-    }
-    return false;
-}
+constexpr const Member* memberFor(int32_t calType) { return rowOf(member_words::kMembers, calType); }
+constexpr bool hasMember(int32_t calType) { return rowIndexOf(member_words::kMembers, calType) >= 0; }
 
+// Whether the CalType's row runs the four-range frame, by number.
 constexpr bool runsFourRange(int32_t calType) {
-    for (const Member& m : member_words::kMembers) {
-        if (m.calType == calType) return m.stage == StageForm::FourRange;
-    }
-    return false;
-}
-
-constexpr const Member* memberFor(int32_t calType) {
-    for (const Member& m : member_words::kMembers) {
-        if (m.calType == calType) return &m;
-    }
-    return nullptr;
+    const int i = rowIndexOf(member_words::kMembers, calType);
+    return i >= 0 && member_words::kMembers[i].stage == StageForm::FourRange;
 }
 
 }  // namespace kalviro::ladder
