@@ -1,8 +1,9 @@
 // Body drift by the bin of the raised shutter mean mb: BodyBins45 with its
 // three gain columns, BodyBinsFine, 57's Table 4 in tempRange 3 and CalType
-// 50's bins. Each case is worked from the bin table: C = (a - mb) * slope[r]
-// - p, then the bin's gain. A bin holds its lower limit, so a limit is tried
-// together with a point just below it.
+// 50's bins. Each case is worked by hand from the bin table: C = (a - mb) *
+// slope[r] - p, then the bin's gain; the note gives C and the gain. A bin
+// holds its lower limit, so a limit is tried together with a point just
+// below it.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -28,24 +29,12 @@ constexpr float kCurveTable4[12] = {310, 400, 500, 600, 700, 800, 900, 1000};
 // E(n) = 1.5625 + 0.0625 n, H(9, n) = 1.5 + 0.0625 n, H(14, n) = 1.8125 + 0.0625 n.
 float gainK(int k) { return 1.0f + static_cast<float>(k) / 16.0f; }
 
-// p is the curve point the term is read from, slope the slope[r] of the row
-// the table names; withG: the gain meets G in double.
 struct BinCase {
     int calType;
     int32_t tempRange;
-    float mb, a, p, slope, gain;
-    bool withG;
+    float mb, want;
     const char* note;
 };
-
-// G = driftGain * 0.2 + 0.8 with driftGain 1.5.
-constexpr double kG = 1.5 * 0.2 + 0.8;
-
-float expected(const BinCase& c) {
-    const float C = (c.a - c.mb) * c.slope - c.p;
-    return c.withG ? static_cast<float>(static_cast<double>(c.gain) * (kG * static_cast<double>(C)))
-                   : C * c.gain;
-}
 
 void PrintTo(const BinCase& c, std::ostream* os) {
     *os << "CalType " << c.calType << " mb " << c.mb << ": " << c.note;
@@ -67,45 +56,43 @@ TEST_P(BodyBins, ConstBOfTheBin) {
     test::atMean(b, c.mb - 20.0f);
     Camera cam(c.calType);
     cam.init(1000, b.info(), 1.0f, 0.0f);
-    EXPECT_EQ(stateOf(cam).const_b, expected(c)) << c.note;
+    EXPECT_EQ(stateOf(cam).const_b, c.want) << c.note;
 }
-
-constexpr bool G = false, WG = true;
 
 std::vector<BinCase> cases() {
     return {
         // BodyBins45, Gain 1: 57 in tempRange 2, 56 in tempRange 3.
-        {57, 2, -20.5f, -20, -830, 10, 0.4375f, G, "below -20: L(10)"},
-        {57, 2, -20.0f, -20, -830, 10, 0.5f, G, "-20 holds L(9)"},
-        {57, 2, 47.0f, 45, 0, 20, 1.0f, G, "45 up to 50: no gain"},
-        {57, 2, 74.5f, 70, 560, 30, gainK(9), G, "70 up to 75: b[9]"},
-        {57, 2, 75.0f, 70, 560, 30, 1.625f, G, "75 holds H(9, 2)"},
-        {56, 3, 92.0f, 90, 1160, 36, 1.8125f, G, "90 and above: H(9, 5) on slope[7]"},
+        {57, 2, -20.5f, 365.3125f, "below -20: 835 * L(10) 0.4375"},
+        {57, 2, -20.0f, 415.0f, "-20 holds L(9): 830 * 0.5"},
+        {57, 2, 47.0f, -40.0f, "45 up to 50: -2 * 20, no gain"},
+        {57, 2, 74.5f, -1085.9375f, "70 up to 75: -695 * b[9] 1.5625"},
+        {57, 2, 75.0f, -1153.75f, "75 holds H(9, 2): -710 * 1.625"},
+        {56, 3, 92.0f, -2233.0f, "90 and above: -1232 * H(9, 5) 1.8125, on slope[7]"},
         // Gain 2: 54.
-        {54, 2, -20.0f, -20, -830, 10, 0.5f, G, "-20 holds D(8)"},
-        {54, 2, 19.5f, 15, -450, 14, 0.9375f, G, "15 up to 20: D(1)"},
-        {54, 2, 20.0f, 15, -450, 14, gainK(0), G, "20 holds b[0]"},
-        {54, 2, 80.0f, 90, 1160, 30, 1.6875f, G, "80 holds E(2)"},
+        {54, 2, -20.0f, 415.0f, "-20 holds D(8): 830 * 0.5"},
+        {54, 2, 19.5f, 362.8125f, "15 up to 20: 387 * D(1) 0.9375"},
+        {54, 2, 20.0f, 380.0f, "20 holds b[0]: 380 * 1"},
+        {54, 2, 80.0f, -1451.25f, "80 holds E(2): -860 * 1.6875"},
         // Gain 3: 58, which reaches all fifteen gains.
-        {58, 2, 84.5f, 90, 1160, 30, gainK(14), G, "80 up to 85: b[14]"},
-        {58, 2, 85.0f, 90, 1160, 30, 1.9375f, G, "85 holds H(14, 2)"},
-        {58, 2, 90.0f, 90, 1160, 36, 2.0f, G, "90 holds H(14, 3)"},
+        {58, 2, 84.5f, -1865.625f, "80 up to 85: -995 * b[14] 1.875"},
+        {58, 2, 85.0f, -1956.875f, "85 holds H(14, 2): -1010 * 1.9375"},
+        {58, 2, 90.0f, -2320.0f, "90 holds H(14, 3): -1160 * 2"},
         // BodyBinsFine: 51, and 56 in tempRange 2.
-        {51, 2, -15.0f, -15, -750, 10, 0.75f, G, "-15 holds D(4)"},
-        {51, 2, 47.0f, 45, 0, 16, 1.0f, G, "45 up to 50: no gain"},
-        {51, 2, 119.5f, 110, 1155, 20, 2.3125f, G, "115 up to 120: H(14, 8)"},
-        {51, 2, 124.0f, 130, 1555, 20, 2.375f, G, "120 up to 125: H(14, 9)"},
-        {51, 2, 125.0f, 130, 1555, 20, gainK(14), G, "125 falls back to b[14]"},
-        {56, 2, 125.0f, 130, 1555, 20, gainK(14), G, "125 falls back to b[14]"},
+        {51, 2, -15.0f, 562.5f, "-15 holds D(4): 750 * 0.75"},
+        {51, 2, 47.0f, -32.0f, "45 up to 50: -2 * 16, no gain"},
+        {51, 2, 119.5f, -3110.3125f, "115 up to 120: -1345 * H(14, 8) 2.3125"},
+        {51, 2, 124.0f, -3408.125f, "120 up to 125: -1435 * H(14, 9) 2.375"},
+        {51, 2, 125.0f, -2728.125f, "125 falls back to b[14]: -1455 * 1.875"},
+        {56, 2, 125.0f, -2728.125f, "125 falls back to b[14]: -1455 * 1.875"},
         // Table 4: 40 up to 45 is a gap that takes the outer bins' gain.
-        {57, 3, 39.0f, 45, 0, 1, gainK(6), G, "b[6]"},
-        {57, 3, 40.0f, 45, 0, 1, 2.0f, G, "gap: H(14, 3)"},
-        {57, 3, 42.0f, 45, 0, 1, 2.0f, G, "gap: H(14, 3)"},
-        {57, 3, 47.0f, 45, 0, 1, 1.0f, G, "no gain"},
-        {57, 3, 50.0f, 45, 0, 1, gainK(8), G, "b[8]"},
+        {57, 3, 39.0f, 8.25f, "6 * b[6] 1.375"},
+        {57, 3, 40.0f, 10.0f, "gap: 5 * H(14, 3) 2"},
+        {57, 3, 42.0f, 6.0f, "gap: 3 * H(14, 3) 2"},
+        {57, 3, 47.0f, -2.0f, "-2, no gain"},
+        {57, 3, 50.0f, -7.5f, "-5 * b[8] 1.5"},
         // CalType 50 on GridFine45: from 15 on the gain meets G in double.
-        {50, 2, 14.5f, 15, -420, 12, gainK(2), G, "5 up to 15: b[2], no G"},
-        {50, 2, 15.0f, 25, -290, 13, gainK(3), WG, "15 holds b[3] with G"},
+        {50, 2, 14.5f, 479.25f, "5 up to 15: 426 * b[2] 1.125, no G"},
+        {50, 2, 15.0f, 548.625f, "15 holds b[3]: 1.1875 * (G 1.1 * 420) in double"},
     };
 }
 

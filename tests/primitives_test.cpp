@@ -73,17 +73,7 @@ INSTANTIATE_TEST_SUITE_P(Edges, Wrap, testing::Values(
 // clang-format on
 
 // myexp: the integer part by repeated multiplication with 2.718281, the
-// fraction by the series to the ninth power, summed in this order.
-double series(double f) {
-    double sum = 1.0, power = 1.0, factorial = 1.0;
-    for (int k = 1; k <= 9; ++k) {
-        power *= f;
-        factorial *= k;
-        sum += power / factorial;
-    }
-    return sum;
-}
-
+// fraction by the series to the ninth power; the series values worked by hand.
 struct ExpCase {
     const char* name;
     double x, expected;
@@ -98,8 +88,8 @@ INSTANTIATE_TEST_SUITE_P(Points, MyExp, testing::Values(
     ExpCase{"Zero", 0.0, 1.0},
     ExpCase{"One", 1.0, 2.718281},
     ExpCase{"MinusOne", -1.0, 1.0 / 2.718281},
-    ExpCase{"MinusHalf", -0.5, series(-0.5)},
-    ExpCase{"MinusOneAndAQuarter", -1.25, series(-0.25) * (1.0 / 2.718281)}),
+    ExpCase{"MinusHalf", -0.5, 0.6065306594552606},  // the series alone
+    ExpCase{"MinusOneAndAQuarter", -1.25, 0.2865048841790631}),  // series(-0.25) * (1 / 2.718281)
     [](const testing::TestParamInfo<ExpCase>& i) { return std::string(i.param.name); });
 // clang-format on
 
