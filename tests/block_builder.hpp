@@ -6,10 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 #include "api/module.hpp"
 #include "core/block.hpp"
@@ -135,22 +132,6 @@ inline Block lensBlock(int calType, int32_t upTime, int32_t wHundredths, float l
         b.with(field::warmDiffLow, low).with(field::warmDiffHigh, high);
     }
     return atWarm(b, wHundredths);
-}
-
-// Every block of a reference vector file, in file order.
-inline std::vector<Block> vectorFrames(const char* name) {
-    std::vector<Block> out;
-    std::ifstream in(std::string(KALVIRO_VECTOR_DIR) + "/" + name);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.rfind("FRAME ", 0) != 0 || line.size() < 6 + 1024) continue;
-        Block b;
-        for (size_t i = 0; i < 512; ++i) {
-            b.raw()[i] = static_cast<uint8_t>(std::stoul(line.substr(6 + 2 * i, 2), nullptr, 16));
-        }
-        out.push_back(b);
-    }
-    return out;
 }
 
 // A frame in which the lookup value is the gray value itself: no drift, no

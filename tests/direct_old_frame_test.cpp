@@ -1,6 +1,6 @@
-// CalTypes 12 and 60: four ranges, atmosphere from the block, a whole-degree
-// body temperature, rows that stand in for the search at low emissivities,
-// and a window in the per-pixel stage.
+// CalTypes 12 and 60: four ranges, the camera's own drift counts, rows that
+// stand in for the search at low emissivities, and a window in the per-pixel
+// stage.
 #include <gtest/gtest.h>
 
 #include "block_builder.hpp"
@@ -10,7 +10,6 @@ namespace kalviro {
 namespace {
 
 using test::Block;
-using test::stateOf;
 
 // A curve on GridLow25 (-20 .. 50, zero point at 25) whose rows differ in
 // slope, past the warm-up (no shift), body at 25 degrees (no body drift).
@@ -24,26 +23,6 @@ Block oldBlock(int32_t range) {
 }
 
 class OldFrame : public ::testing::TestWithParam<int32_t> {};
-
-// The atmosphere comes from the block, which stays as it was. At 25 degrees
-// the body sits on the zero point; one degree more and the gain b[0] enters
-// on the slope of the row above 25.
-TEST_P(OldFrame, AtmosphereAndBodyFromTheBlock) {
-    Camera cam(GetParam());
-    Block b = oldBlock(2);
-    b.with(field::atmA, 7).with(field::atmB, 250).with(field::shutterDrift, 12);
-    const auto before = b.snapshot();
-    cam.init(600, b.info(), 0.95f, 0.0f);
-    EXPECT_EQ(b.snapshot(), before);
-    EXPECT_EQ(stateOf(cam).const_A3, static_cast<float>(7 / 100.0));
-    EXPECT_EQ(stateOf(cam).const_B3, static_cast<float>(250 / 1000.0));
-    EXPECT_EQ(stateOf(cam).const_U, 1.0f);
-    EXPECT_EQ(stateOf(cam).const_CH2, 25.0f);  // c1, despite the name
-    EXPECT_EQ(stateOf(cam).const_b, 0.0f);
-    b.with(field::bodyTemp, 26);
-    cam.init(600, b.info(), 0.95f, 0.0f);
-    EXPECT_EQ(stateOf(cam).const_b, (25.0f - 26.0f) * (250.0f / 5.0f) * 2.0f);
-}
 
 // The camera's drift counts join the gray value: divided by driftGain in
 // ranges 2 and 3, as they stand in 4 and 5, negative ones alike.
@@ -112,17 +91,6 @@ TEST_P(OldFrame, WindowTermOfRange4) {
 }
 
 INSTANTIATE_TEST_SUITE_P(CalTypes, OldFrame, ::testing::Values(12, 60));
-
-// The two differ only in the emissivity stage: at 1.0 the table reads 1000
-// and scales about the air temperature, the polynomial reads 1.00132 about 20.
-TEST(OldFrameFamily, TwelveAndSixtyDifferInTheEmissivityStageOnly) {
-    Camera twelve(12), sixty(60);
-    Block b = oldBlock(2);
-    b.with(field::tempCH1, 2000);
-    EXPECT_NE(twelve.init(900, b.info(), 1.0f, 0.0f), sixty.init(900, b.info(), 1.0f, 0.0f));
-    EXPECT_EQ(stateOf(twelve).const_b, stateOf(sixty).const_b);
-    EXPECT_EQ(stateOf(twelve).tempdata[9].grayBase, stateOf(sixty).tempdata[9].grayBase);
-}
 
 }  // namespace
 }  // namespace kalviro

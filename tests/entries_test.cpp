@@ -1,6 +1,8 @@
 // The C entries around the conversion: the frame split, the dispatch by
 // CalType, TempPara and the two version texts.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -10,6 +12,7 @@
 
 #include "block_builder.hpp"
 #include "kalviro.h"
+#include "kalviro.hpp"
 
 namespace kalviro {
 namespace {
@@ -111,6 +114,32 @@ TEST(KnownCalTypes, TableHoldsTheFiftyNineInOrder) {
         const bool noIT = calType == 12 || calType == 22 || calType == 60 || calType == 61 || calType == 62;
         EXPECT_EQ(KALVIRO_GetIT_GET(calType) == nullptr, noIT) << calType;
     }
+}
+
+// The C entries keep one set of statics per CalType: a frame of another
+// CalType in between changes nothing. In a child, so that both start from
+// freshly loaded statics.
+TEST(CEntries, EachCalTypeKeepsItsOwnStatics) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        Block a = test::workedBlockRange2(), b = test::workedBlockRange3();
+        Block ownA = a, ownB = b;
+        Camera c81(81), c21(21);
+        KALVIRO_Gray2Temp_Init(81, 1000, a.info(), 0.95f, 0.0f);
+        KALVIRO_Gray2Temp_Init(21, 3000, b.info(), 0.95f, 0.0f);
+        c81.init(1000, ownA.info(), 0.95f, 0.0f);
+        c21.init(3000, ownB.info(), 0.95f, 0.0f);
+        const bool same = KALVIRO_Gray2Temp_Real(81, 1000, a.info(), 0.95f, 0.0f) ==
+                              c81.real(1000, ownA.info(), 0.95f, 0.0f) &&
+                          KALVIRO_Gray2Temp_Real(21, 3000, b.info(), 0.95f, 0.0f) ==
+                              c21.real(3000, ownB.info(), 0.95f, 0.0f);
+        _exit(same ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 // Gray 0 stands for no pixel: nothing runs. The 16-bit gray is widened with
