@@ -45,7 +45,7 @@ TEST_P(FrameTable, EqualsPerPixelCallAcrossFrames) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(CalTypes, FrameTable, ::testing::Values(12, 21, 22, 54, 56));
+INSTANTIATE_TEST_SUITE_P(CalTypes, FrameTable, ::testing::Values(12, 21, 22, 54, 56, 94, 130));
 
 TEST(FrameTableC, MatchesRealThroughTheCEntryAndRefusesNulls) {
     auto table = std::make_unique<KalviroFrameTable>();
