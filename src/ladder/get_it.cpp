@@ -29,11 +29,9 @@ double getITValue(int32_t calType, const uint8_t* block) {
     double v = 0.0;
     switch (cell.form) {
         case ItForm::Cubic:
-            if (row->sFirstIn3 && range == 3) {
-                v = s + (xd * (cell.c2 * xd) + ((cell.c3 * xd) * xd) * xd);
-            } else {
-                v = (((cell.c3 * xd) * xd) * xd + xd * (cell.c2 * xd)) + s;
-            }
+            // 56 and 58 write this sum in tempRange 3 as s + (square + cubic):
+            // the same two additions, so the same double.
+            v = (((cell.c3 * xd) * xd) * xd + xd * (cell.c2 * xd)) + s;
             break;
         case ItForm::Linear: v = s; break;
         case ItForm::ExtCubic:

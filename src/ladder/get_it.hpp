@@ -31,39 +31,35 @@ constexpr ItCell undefined{ItForm::Undefined, 0, 0};
 
 constexpr bool half = true;
 constexpr bool noHalf = false;
-// 56 and 58 sum s first in tempRange 3.
-constexpr bool sFirst3 = true;
-constexpr bool sLast = false;
 
 struct ItRow {
     int32_t members[14];
     ItCell cells[4];  // tempRange 2, 3, 4, any other
     bool half;
-    bool sFirstIn3;
 };
 
 // clang-format off
 constexpr ItRow kRows[] = {
-    {{20}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), zero, zero}, noHalf, sLast},
-    {{21, 90, 91, 93, 94, 95}, {cubic(0.000195, -0.032352), cubic(7.8e-05, -0.008741), cubic(1.74e-05, -0.00204537), undefined}, half, sLast},
-    {{23}, {cubic(0.000195, -0.032352), cubic(3.9e-05, -0.002728), zero, zero}, noHalf, sLast},
-    {{24, 26}, {extCubic, extCubic, extCubic, extCubic}, noHalf, sLast},
-    {{25}, {linear, linear, linear, linear}, noHalf, sLast},
-    {{27, 100}, {cubic(9.0824e-06, -0.00495584), linear, zero, zero}, noHalf, sLast},
-    {{50, 51, 52}, {cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577)}, noHalf, sLast},
-    {{54, 110, 111}, {gainCubic, gainCubic, gainCubic, gainCubic}, noHalf, sLast},
-    {{55, 120, 121}, {cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827)}, noHalf, sLast},
-    {{56}, {cubic(-0.000154814928402905, 0.0142839200977729), cubic(-7.143e-05, 0.01144754), undefined, undefined}, noHalf, sFirst3},
-    {{57, 70, 71, 72}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), cubic(-2.40477091530815e-05, 0.00370262882507424), undefined}, noHalf, sLast},
-    {{58}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), undefined, undefined}, noHalf, sFirst3},
-    {{73, 74, 75, 76, 77, 78, 85, 96, 133, 135, 136, 137, 138, 140}, {zero, zero, zero, zero}, noHalf, sLast},
-    {{80, 81, 82, 84}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf, sLast},
-    {{83}, {cubic(-0.000139, 0.027305), cubic(-4.77e-05, 0.0077567), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf, sLast},
-    {{92}, {cubic(-0.000165134032818593, 0.017486549741088), cubic(-0.000214798683494655, 0.0166190755950175), cubic(1.74e-05, -0.00204537), undefined}, half, sLast},
-    {{101}, {cubic(1.14657276919182e-05, -0.00455412709886126), linear, zero, zero}, noHalf, sLast},
-    {{102}, {cubic(1.14657276919182e-05, -0.00455412709886126), cubic(-5.74207046981574e-06, -0.00464684156067616), zero, zero}, noHalf, sLast},
-    {{130, 131}, {cubic(-7.2304925114637e-05, 0.0168355161825247), cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf, sLast},
-    {{132, 134}, {zero, cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf, sLast},
+    {{20}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), zero, zero}, noHalf},
+    {{21, 90, 91, 93, 94, 95}, {cubic(0.000195, -0.032352), cubic(7.8e-05, -0.008741), cubic(1.74e-05, -0.00204537), undefined}, half},
+    {{23}, {cubic(0.000195, -0.032352), cubic(3.9e-05, -0.002728), zero, zero}, noHalf},
+    {{24, 26}, {extCubic, extCubic, extCubic, extCubic}, noHalf},
+    {{25}, {linear, linear, linear, linear}, noHalf},
+    {{27, 100}, {cubic(9.0824e-06, -0.00495584), linear, zero, zero}, noHalf},
+    {{50, 51, 52}, {cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577), cubic(-7.043e-05, 0.016577)}, noHalf},
+    {{54, 110, 111}, {gainCubic, gainCubic, gainCubic, gainCubic}, noHalf},
+    {{55, 120, 121}, {cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827), cubic(0.000158, -0.013827)}, noHalf},
+    {{56}, {cubic(-0.000154814928402905, 0.0142839200977729), cubic(-7.143e-05, 0.01144754), undefined, undefined}, noHalf},
+    {{57, 70, 71, 72}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), cubic(-2.40477091530815e-05, 0.00370262882507424), undefined}, noHalf},
+    {{58}, {cubic(-0.00012474874, 0.018076006), cubic(-0.000115632147072285, 0.0098193120104784), undefined, undefined}, noHalf},
+    {{73, 74, 75, 76, 77, 78, 85, 96, 133, 135, 136, 137, 138, 140}, {zero, zero, zero, zero}, noHalf},
+    {{80, 81, 82, 84}, {cubic(-0.000247, 0.032593), cubic(-7.8e-05, 0.007937), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf},
+    {{83}, {cubic(-0.000139, 0.027305), cubic(-4.77e-05, 0.0077567), cubic(-1.59414104045404e-05, 0.00557585827760067), zero}, noHalf},
+    {{92}, {cubic(-0.000165134032818593, 0.017486549741088), cubic(-0.000214798683494655, 0.0166190755950175), cubic(1.74e-05, -0.00204537), undefined}, half},
+    {{101}, {cubic(1.14657276919182e-05, -0.00455412709886126), linear, zero, zero}, noHalf},
+    {{102}, {cubic(1.14657276919182e-05, -0.00455412709886126), cubic(-5.74207046981574e-06, -0.00464684156067616), zero, zero}, noHalf},
+    {{130, 131}, {cubic(-7.2304925114637e-05, 0.0168355161825247), cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf},
+    {{132, 134}, {zero, cubic(-3.90677583686755e-05, 0.00457333967049565), cubic(-3.90677583686755e-05, 0.00457333967049565), undefined}, noHalf},
 };
 // clang-format on
 
