@@ -19,6 +19,10 @@ packages=(
     pybind11-dev
     python3-numpy
     python3-pytest
+    libcli11-dev
+    libpng-dev
+    libtiff-dev
+    nlohmann-json3-dev
     "$@"
 )
 
