@@ -1,6 +1,7 @@
 # The installed library seen from outside, in three steps sharing one prefix:
 #
-#   MODE=install    a fresh `cmake --install` of BUILD_DIR into PREFIX
+#   MODE=install    a fresh `cmake --install` of BUILD_DIR into PREFIX, and
+#                   the installed command run when CLI is true
 #   MODE=pkgconfig  tests/install/consumer.c as strict C99, flags from
 #                   `pkg-config --cflags --libs kalviro`, built and run
 #   MODE=cmake      tests/install/cmake configured with find_package(kalviro)
@@ -45,6 +46,10 @@ if(MODE STREQUAL "install")
       message(FATAL_ERROR "not installed: ${PREFIX}/${f}")
     endif()
   endforeach()
+  # The command, installed beside the library, finds it without help.
+  if(CLI)
+    run_checked("installed kalviro" ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${PREFIX}/bin/kalviro list)
+  endif()
   message(STATUS "installed into ${PREFIX}")
 
 elseif(MODE STREQUAL "pkgconfig")

@@ -1,0 +1,193 @@
+// kalviro convert: a frame file through the per-frame call and whole-frame
+// conversion into CSV, float TIFF, false-colour PNG and a JSON report, with
+// statistics of the frame, of regions and at spots on the terminal.
+// --demo converts a built-in synthetic frame into demo.png and demo.json.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "caltype.hpp"
+#include "commands.hpp"
+#include "convert_run.hpp"
+#include "failure.hpp"
+#include "frame_source.hpp"
+#include "synthesizer.hpp"
+
+namespace kalviro::cli {
+
+namespace {
+
+// The demo: a person in front of a wall, CalType 21.
+constexpr int32_t kDemoCalType = 21;
+const FrameSize kDemoSize{320, 240};
+
+std::vector<uint8_t> demoFrame() {
+    Synthesizer synth(requireCalType(kDemoCalType), kDemoSize, 1, Scene::Person, kDefaultEmissivity);
+    std::vector<uint8_t> raw;
+    std::vector<float> truth;
+    synth.next(raw, truth);
+    return raw;
+}
+
+std::pair<float, float> parseRange(const std::string& text) {
+    const size_t colon = text.find(':', 1);
+    const auto bad = [&] {
+        return Failure("bad range '" + text + "': expected LO:HI in degrees, LO below HI");
+    };
+    if (colon == std::string::npos) throw bad();
+    char* end = nullptr;
+    const std::string a = text.substr(0, colon), b = text.substr(colon + 1);
+    const float lo = std::strtof(a.c_str(), &end);
+    if (a.empty() || *end != '\0') throw bad();
+    const float hi = std::strtof(b.c_str(), &end);
+    if (b.empty() || *end != '\0' || !std::isfinite(lo) || !std::isfinite(hi) || !(lo < hi)) throw bad();
+    return {lo, hi};
+}
+
+std::string temp(double t) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.2f", t);
+    return buf;
+}
+
+std::string at(const PixelTemp& p) { return "(" + std::to_string(p.x) + "," + std::to_string(p.y) + ")"; }
+
+void printStats(const char* label, const Stats& s) {
+    if (s.count == 0) {
+        std::printf("  %-15s no finite temperature (%llu invalid)\n", label,
+                    static_cast<unsigned long long>(s.invalid));
+        return;
+    }
+    std::printf("  %-15s min %s at %s  max %s at %s  mean %s  std %s\n", label, temp(s.min).c_str(),
+                at(s.coldest).c_str(), temp(s.max).c_str(), at(s.hottest).c_str(), temp(s.mean).c_str(),
+                temp(s.stddev).c_str());
+}
+
+void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector<std::string>& written) {
+    std::printf("%s: %s, ", run.source.c_str(), run.size.text().c_str());
+    if (s.frames == 1) {
+        std::printf("frame %llu", static_cast<unsigned long long>(s.last.index));
+    } else {
+        std::printf("frames %llu-%llu", static_cast<unsigned long long>(s.first),
+                    static_cast<unsigned long long>(s.last.index));
+    }
+    if (run.totalFrames) std::printf(" of %llu", static_cast<unsigned long long>(*run.totalFrames));
+    std::printf(", CalType %d, emissivity %g\n", run.calType.calType, static_cast<double>(run.emissivity));
+    if (s.frames == 1) {
+        const FrameResult& r = s.last;
+        std::printf("  %-15s gray %u -> %s deg\n", "per-frame call", r.centreGray, temp(r.perFrame).c_str());
+        printStats("frame", r.whole);
+        for (size_t i = 0; i < r.regions.size(); ++i)
+            printStats(("roi " + run.regions[i].name).c_str(), r.regions[i]);
+        for (size_t i = 0; i < r.spots.size(); ++i) {
+            const std::string label =
+                "spot " + std::to_string(run.spots[i].x) + "," + std::to_string(run.spots[i].y);
+            std::printf("  %-15s %s\n", label.c_str(), temp(r.spots[i]).c_str());
+        }
+    } else {
+        if (s.whole.frames != 0) {
+            std::printf(
+                "  %-15s min %s (frame %llu at %s)  max %s (frame %llu at %s)  mean of frame means %s\n",
+                "all frames", temp(s.whole.min).c_str(), static_cast<unsigned long long>(s.coldestFrame),
+                at(s.coldest).c_str(), temp(s.whole.max).c_str(),
+                static_cast<unsigned long long>(s.hottestFrame), at(s.hottest).c_str(),
+                temp(s.whole.meanOfMeans).c_str());
+        }
+        for (size_t i = 0; i < s.regions.size(); ++i) {
+            const RegionSummary& g = s.regions[i];
+            std::printf("  %-15s min %s  max %s  mean of frame means %s\n",
+                        ("roi " + run.regions[i].name).c_str(), temp(g.min).c_str(), temp(g.max).c_str(),
+                        temp(g.meanOfMeans).c_str());
+        }
+        std::printf("  %llu frames in %.2f s: %.1f frames/s, %u thread%s\n",
+                    static_cast<unsigned long long>(s.frames), s.seconds,
+                    static_cast<double>(s.frames) / s.seconds, s.threads, s.threads == 1 ? "" : "s");
+    }
+    if (written.empty()) return;
+    if (written.size() <= 4) {
+        std::string list;
+        for (const std::string& w : written) list += (list.empty() ? "" : ", ") + w;
+        std::printf("wrote %s\n", list.c_str());
+    } else {
+        std::printf("wrote %zu files: %s ... %s\n", written.size(), written.front().c_str(),
+                    written.back().c_str());
+    }
+}
+
+}  // namespace
+
+void runConvert(const ConvertOptions& given) {
+    ConvertOptions o = given;
+    std::unique_ptr<FrameSource> source;
+    if (o.demo) {
+        if (!o.file.empty() || o.calType || !o.outputs.empty()) {
+            throw Failure(
+                "--demo converts its own frame into demo.png and demo.json: give it no FILE, --caltype or "
+                "-o");
+        }
+        o.calType = kDemoCalType;
+        o.outputs = {"demo.png", "demo.json"};
+        o.scale = 2;
+        // The face, the wall and the inner corner of an eye.
+        o.regions = {"face=145,60,30,36", "wall=8,8,64,48"};
+        o.spots = {"150,70"};
+        source = std::make_unique<FrameSource>("demo", demoFrame(), kDemoSize);
+    } else {
+        if (o.file.empty()) throw Failure("convert: give a FILE (or - for standard input), or --demo");
+        if (!o.calType) throw Failure("convert: give the frame's --caltype N");
+    }
+    const CalTypeInfo& calType = requireCalType(*o.calType);
+    const float emissivity = checkEmissivity(o.emissivity);
+    const std::optional<double> distance = checkDistance(o.distance);
+    const FrameRange range = o.frames ? parseFrameRange(*o.frames) : FrameRange{};
+    PngOptions png;
+    png.palette = findPalette(o.palette);
+    if (png.palette == nullptr)
+        throw Failure("unknown palette '" + o.palette + "'; palettes: " + paletteNames());
+    if (o.range) png.range = parseRange(*o.range);
+    png.markers = !o.noMarkers;
+    if (o.scale < 1 || o.scale > 16)
+        throw Failure("bad scale " + std::to_string(o.scale) + ": expected 1 to 16");
+    png.scale = o.scale;
+    if (!source) {
+        const std::optional<FrameSize> size = optionalSize(o.size);
+        source = std::make_unique<FrameSource>(o.file, size);
+        if (size) warnIfSwapped(o.file, *size);
+    }
+
+    RunInfo run;
+    run.source = source->name();
+    run.size = source->size();
+    run.calType = calType;
+    run.emissivity = emissivity;
+    run.distance = distance;
+    run.totalFrames = source->frameCount();
+    run.sequence = !run.totalFrames || *run.totalFrames > 1;
+    for (size_t i = 0; i < o.regions.size(); ++i) {
+        run.regions.push_back(parseRegion(o.regions[i], i + 1));
+        requireInside(run.regions.back(), run.size);
+    }
+    for (const std::string& text : o.spots) {
+        run.spots.push_back(parseSpot(text));
+        requireInside(run.spots.back(), run.size);
+    }
+
+    PendingFiles files(o.force);
+    std::optional<uint64_t> end = range.end;
+    if (run.totalFrames) end = std::min(end.value_or(*run.totalFrames), *run.totalFrames);
+    for (const std::string& target : o.outputs) {
+        for (const std::string& name : plannedNames(target, run, range.first, end)) files.check(name);
+    }
+    std::vector<std::unique_ptr<Output>> outputs;
+    for (const std::string& target : o.outputs) outputs.push_back(makeOutput(target, run, png, files));
+    const unsigned threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
+
+    const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
+    for (const auto& out : outputs) out->finish();
+    outputs.clear();
+    const std::vector<std::string> written = files.commit();
+    if (!o.quiet) printSummary(run, summary, written);
+}
+
+}  // namespace kalviro::cli

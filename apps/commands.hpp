@@ -1,0 +1,82 @@
+// The subcommands of `kalviro`, each a plain function of its options. The
+// command line is parsed in main.cpp; these throw Failure on bad input.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame_size.hpp"
+
+namespace kalviro::cli {
+
+constexpr float kDefaultEmissivity = 0.95f;
+
+struct ListOptions {
+    bool json = false;
+};
+
+struct InfoOptions {
+    std::string file;
+    int32_t calType = 0;
+    std::optional<std::string> size;
+    uint64_t frame = 0;
+    bool json = false;
+    bool csv = false;
+};
+
+struct ConvertOptions {
+    std::string file;
+    std::optional<int32_t> calType;
+    std::optional<std::string> size;
+    double emissivity = kDefaultEmissivity;
+    std::optional<double> distance;
+    std::optional<std::string> frames;
+    std::vector<std::string> outputs;
+    std::string palette = "iron";
+    std::optional<std::string> range;
+    bool noMarkers = false;
+    int32_t scale = 1;
+    std::vector<std::string> regions;
+    std::vector<std::string> spots;
+    unsigned threads = 0;  // 0: one per core
+    bool force = false;
+    bool demo = false;
+    bool quiet = false;
+};
+
+struct SynthOptions {
+    int32_t calType = 0;
+    std::string size;
+    std::string output;
+    uint64_t frames = 1;
+    std::string scene = "hotspot";
+    double emissivity = kDefaultEmissivity;
+    std::optional<std::string> truth;
+    bool force = false;
+};
+
+struct Temp2GrayOptions {
+    std::string file;
+    int32_t calType = 0;
+    std::optional<std::string> size;
+    uint64_t frame = 0;
+    double temp = 0.0;
+    double emissivity = kDefaultEmissivity;
+    std::optional<double> distance;
+    bool json = false;
+};
+
+void runList(const ListOptions& o);
+void runInfo(const InfoOptions& o);
+void runConvert(const ConvertOptions& o);
+void runSynth(const SynthOptions& o);
+void runTemp2Gray(const Temp2GrayOptions& o);
+
+// Shared checks of arguments; each throws Failure naming what it expected.
+float checkEmissivity(double e);
+std::optional<double> checkDistance(const std::optional<double>& metres);
+std::optional<FrameSize> optionalSize(const std::optional<std::string>& text);
+
+}  // namespace kalviro::cli

@@ -1,0 +1,96 @@
+#include "outputs.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+#include "block_fields.hpp"
+#include "failure.hpp"
+
+namespace kalviro::cli {
+
+namespace {
+
+std::string extensionOf(const std::string& target) {
+    const size_t slash = target.rfind('/');
+    const size_t dot = target.rfind('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
+    std::string ext = target.substr(dot + 1);
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    return ext;
+}
+
+bool perFrameExtension(const std::string& ext) { return ext == "csv" || ext == "png"; }
+
+}  // namespace
+
+std::unique_ptr<Output> makeOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                   PendingFiles& files) {
+    const std::string ext = extensionOf(target);
+    if (ext == "csv") return makeCsvOutput(target, run, files);
+    if (ext == "png") return makePngOutput(target, run, png, files);
+    if (ext == "tif" || ext == "tiff") return makeTiffOutput(target, run, files);
+    if (ext == "json") return makeJsonOutput(target, run, files);
+    throw Failure("cannot tell the format of " + target +
+                  ": give it the extension .csv, .tiff, .png or .json");
+}
+
+std::string numberedName(const std::string& target, uint64_t index, const RunInfo& run) {
+    if (!run.sequence) return target;
+    size_t digits = 4;
+    if (run.totalFrames) digits = std::max(digits, std::to_string(*run.totalFrames - 1).size());
+    std::string number = std::to_string(index);
+    if (number.size() < digits) number.insert(0, digits - number.size(), '0');
+    const size_t slash = target.rfind('/');
+    size_t dot = target.rfind('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = target.size();
+    return target.substr(0, dot) + "_" + number + target.substr(dot);
+}
+
+std::vector<std::string> plannedNames(const std::string& target, const RunInfo& run, uint64_t first,
+                                      std::optional<uint64_t> end) {
+    if (!perFrameExtension(extensionOf(target)) || !run.sequence) return {target};
+    std::vector<std::string> names;
+    if (end) {
+        for (uint64_t i = first; i < *end; ++i) names.push_back(numberedName(target, i, run));
+    }
+    return names;
+}
+
+double hundredths(double t) { return std::isfinite(t) ? std::round(t * 100.0) / 100.0 : t; }
+
+nlohmann::ordered_json statsJson(const Stats& s) {
+    nlohmann::ordered_json j;
+    if (s.count == 0) {
+        j["min"] = nullptr;
+        j["max"] = nullptr;
+        j["mean"] = nullptr;
+        j["std"] = nullptr;
+    } else {
+        j["min"] = hundredths(s.min);
+        j["max"] = hundredths(s.max);
+        j["mean"] = std::round(s.mean * 1000.0) / 1000.0;
+        j["std"] = std::round(s.stddev * 1000.0) / 1000.0;
+        j["hottest"] = {{"x", s.hottest.x}, {"y", s.hottest.y}, {"t", hundredths(s.hottest.t)}};
+        j["coldest"] = {{"x", s.coldest.x}, {"y", s.coldest.y}, {"t", hundredths(s.coldest.t)}};
+    }
+    j["pixels"] = s.count;
+    j["invalid"] = s.invalid;
+    return j;
+}
+
+nlohmann::ordered_json frameSettingsJson(const RunInfo& run, const FrameResult& r) {
+    nlohmann::ordered_json j;
+    j["frame"] = r.index;
+    j["calType"] = run.calType.calType;
+    j["layout"] = layoutName(run.calType.layout);
+    j["emissivity"] = shortestDouble(run.emissivity);
+    j["distanceOverride"] =
+        run.distance ? nlohmann::ordered_json(*run.distance) : nlohmann::ordered_json(nullptr);
+    j["block"] = blockJson(blockBytes(r.settings), run.calType.layout);
+    j["units"] = blockUnitsJson(run.calType.layout);
+    return j;
+}
+
+}  // namespace kalviro::cli

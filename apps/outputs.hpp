@@ -1,0 +1,91 @@
+// The outputs of `convert`, chosen by the extension of each -o: .csv and
+// .png (one file per frame), .tiff (one page per frame) and .json (one
+// report). Each writes through PendingFiles.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame_size.hpp"
+#include "kalviro.hpp"
+#include "palette.hpp"
+#include "pending_files.hpp"
+#include "stats.hpp"
+
+namespace kalviro::cli {
+
+// What a run converts, the same for all its frames.
+struct RunInfo {
+    std::string source;
+    FrameSize size;
+    CalTypeInfo calType{};
+    float emissivity = 0.95f;
+    std::optional<double> distance;  // metres, when it overrides the block's
+    std::vector<Region> regions;
+    std::vector<Spot> spots;
+    bool sequence = false;                // per-frame files get the frame number in their name
+    std::optional<uint64_t> totalFrames;  // of the source, when known
+};
+
+// One converted frame.
+struct FrameResult {
+    uint64_t index = 0;
+    std::vector<float> temps;
+    uint16_t centreGray = 0;
+    float perFrame = 0.0f;  // the per-frame call's value for centreGray
+    Stats whole;
+    std::vector<Stats> regions;
+    std::vector<float> spots;
+    TempFrameInfo settings{};  // the block as the camera wrote it
+};
+
+struct PngOptions {
+    const Palette* palette = nullptr;
+    std::optional<std::pair<float, float>> range;  // fixed LO:HI; per frame otherwise
+    bool markers = true;
+    int32_t scale = 1;
+};
+
+class Output {
+public:
+    virtual ~Output() = default;
+    // true: frame() is called by the worker that converted the frame, in any
+    // order and at the same time as for other frames. false: in frame order,
+    // one frame at a time.
+    virtual bool perFrame() const = 0;
+    virtual void frame(const FrameResult& r) = 0;
+    virtual void finish() {}
+};
+
+// Failure for an extension it does not know.
+std::unique_ptr<Output> makeOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                   PendingFiles& files);
+
+// The target of frame `index` of a sequence: "out.png" -> "out_0042.png",
+// with at least four digits, more when the sequence needs them.
+std::string numberedName(const std::string& target, uint64_t index, const RunInfo& run);
+
+// Every name a run over frames [first, end) will write, for checking before
+// any work; per-frame names only where the frame count is known.
+std::vector<std::string> plannedNames(const std::string& target, const RunInfo& run, uint64_t first,
+                                      std::optional<uint64_t> end);
+
+// The settings of a frame: conversion arguments and the block field by field.
+nlohmann::ordered_json frameSettingsJson(const RunInfo& run, const FrameResult& r);
+nlohmann::ordered_json statsJson(const Stats& s);
+// Temperatures in reports carry hundredths; more digits would only show
+// float noise.
+double hundredths(double t);
+
+std::unique_ptr<Output> makeCsvOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                      PendingFiles& files);
+std::unique_ptr<Output> makeTiffOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makeJsonOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+
+}  // namespace kalviro::cli

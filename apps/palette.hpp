@@ -1,0 +1,21 @@
+// False-colour palettes: 256 colours from cold to hot.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace kalviro::cli {
+
+struct Rgb {
+    uint8_t r, g, b;
+};
+
+using Palette = std::array<Rgb, 256>;
+
+// iron, rainbow, gray or inferno; null for any other name.
+const Palette* findPalette(const std::string& name);
+// "iron, rainbow, gray, inferno"
+std::string paletteNames();
+
+}  // namespace kalviro::cli

@@ -1,0 +1,157 @@
+// PNG: the frame in false colour, a colour bar labelled with its range, and
+// markers on the hottest (+) and coldest (x) pixel. One file per frame.
+#include <png.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+
+#include "canvas.hpp"
+#include "failure.hpp"
+#include "outputs.hpp"
+
+namespace kalviro::cli {
+
+namespace {
+
+const Rgb kPanel{24, 24, 24};
+const Rgb kLabel{235, 235, 235};
+const Rgb kInvalid{255, 0, 255};
+// The bar's place right of the picture: a gap, the bar, a gap, the labels.
+constexpr int32_t kBarGap = 6;
+constexpr int32_t kBarWidth = 14;
+constexpr int32_t kLabelGap = 5;
+constexpr int32_t kLabelChars = 9;  // "-999.99*C"
+constexpr int32_t kBarMargin = 4;
+
+extern "C" void pngError(png_structp png, png_const_charp msg) {
+    auto* out = static_cast<std::string*>(png_get_error_ptr(png));
+    *out = msg;
+    png_longjmp(png, 1);
+}
+
+extern "C" void pngWarning(png_structp, png_const_charp) {}
+
+void writePng(const std::string& path, const std::string& name, const Canvas& c, const std::string& comment) {
+    std::FILE* f = std::fopen(path.c_str(), "wb");
+    if (f == nullptr) throw Failure("cannot write " + name + ": " + std::strerror(errno));
+    std::string error;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, pngError, pngWarning);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    if (png == nullptr || info == nullptr || setjmp(png_jmpbuf(png))) {
+        png_destroy_write_struct(&png, &info);
+        std::fclose(f);
+        throw Failure("cannot write " + name + ": " + (error.empty() ? "out of memory" : error));
+    }
+    png_init_io(png, f);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(c.width), static_cast<png_uint_32>(c.height), 8,
+                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_text text{};
+    text.compression = PNG_TEXT_COMPRESSION_NONE;
+    text.key = const_cast<char*>("Comment");
+    text.text = const_cast<char*>(comment.c_str());
+    png_set_text(png, info, &text, 1);
+    png_write_info(png, info);
+    for (int32_t y = 0; y < c.height; ++y) {
+        png_write_row(png, &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(c.width) * 3]);
+    }
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+    if (std::fclose(f) != 0) throw Failure("cannot write " + name + ": " + std::strerror(errno));
+}
+
+std::string label(float t) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.2f*C", static_cast<double>(t));
+    return buf;
+}
+
+class PngOutput : public Output {
+public:
+    PngOutput(std::string target, const RunInfo& run, const PngOptions& png, PendingFiles& files)
+        : target_(std::move(target)), run_(run), png_(png), files_(files) {}
+
+    bool perFrame() const override { return true; }
+
+    void frame(const FrameResult& r) override {
+        const std::string name = numberedName(target_, r.index, run_);
+        const std::string temp = files_.create(name);
+        float lo = 0.0f, hi = 1.0f;
+        if (png_.range) {
+            lo = png_.range->first;
+            hi = png_.range->second;
+        } else if (r.whole.count != 0) {
+            lo = r.whole.min;
+            hi = r.whole.max;
+        }
+        if (!(hi > lo)) {
+            lo -= 0.5f;
+            hi += 0.5f;
+        }
+        const Canvas c = draw(r, lo, hi);
+        const std::string comment = "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
+                                    std::to_string(r.index) + ", colours from " + label(lo) + " to " +
+                                    label(hi);
+        writePng(temp, name, c, comment);
+    }
+
+private:
+    Canvas draw(const FrameResult& r, float lo, float hi) const {
+        const int32_t s = png_.scale;
+        const int32_t w = run_.size.width * s;
+        const int32_t h = run_.size.height * s;
+        const int32_t fontScale = h >= 360 ? 2 : 1;
+        const int32_t panel =
+            kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
+        Canvas c(w + panel, h, kPanel);
+        const Palette& pal = *png_.palette;
+        const float span = hi - lo;
+        for (int32_t y = 0; y < run_.size.height; ++y) {
+            for (int32_t x = 0; x < run_.size.width; ++x) {
+                const float t = r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width) +
+                                        static_cast<size_t>(x)];
+                Rgb colour = kInvalid;
+                if (std::isfinite(t)) {
+                    const float k = std::clamp((t - lo) / span * 255.0f, 0.0f, 255.0f);
+                    colour = pal[static_cast<size_t>(std::lround(k))];
+                }
+                c.fill(x * s, y * s, s, s, colour);
+            }
+        }
+        // The bar: hottest colour at the top.
+        const int32_t x0 = w + kBarGap;
+        const int32_t top = std::min(kBarMargin, h / 4);
+        const int32_t bottom = h - 1 - top;
+        for (int32_t y = top; y <= bottom; ++y) {
+            const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
+            c.fill(x0, y, kBarWidth, 1, pal[static_cast<size_t>(std::lround(k * 255.0))]);
+        }
+        const int32_t lx = x0 + kBarWidth + kLabelGap;
+        drawText(c, lx, top, label(hi), kLabel, fontScale);
+        drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
+        if (png_.markers && r.whole.count != 0) {
+            const int32_t arm = std::max(3, 2 * s + 1);
+            drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
+            drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
+        }
+        return c;
+    }
+
+    std::string target_;
+    const RunInfo& run_;
+    PngOptions png_;
+    PendingFiles& files_;
+};
+
+}  // namespace
+
+std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                      PendingFiles& files) {
+    return std::make_unique<PngOutput>(target, run, png, files);
+}
+
+}  // namespace kalviro::cli

@@ -1,0 +1,47 @@
+// Statistics of a converted frame or of a region of it: the numbers the JSON
+// report and the terminal summary give.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frame_size.hpp"
+
+namespace kalviro::cli {
+
+struct Region {
+    std::string name;
+    int32_t x = 0, y = 0, w = 0, h = 0;
+};
+
+struct Spot {
+    int32_t x = 0, y = 0;
+};
+
+struct PixelTemp {
+    int32_t x = 0, y = 0;
+    float t = 0.0f;
+};
+
+struct Stats {
+    uint64_t count = 0;    // pixels with a finite temperature
+    uint64_t invalid = 0;  // NaN or infinite: left out of everything else
+    float min = 0.0f, max = 0.0f;
+    double mean = 0.0, stddev = 0.0;  // population standard deviation
+    PixelTemp coldest, hottest;       // first in row order
+};
+
+// Over the region of a frame of temperatures `width` wide; the same pixel
+// order every time, so a threaded run gives the same digits.
+Stats regionStats(const float* temps, int32_t width, const Region& r);
+Region wholeFrame(const FrameSize& size);
+
+// "x,y,w,h" or "name=x,y,w,h"; unnamed regions become roi1, roi2, ...
+Region parseRegion(const std::string& text, size_t number);
+Spot parseSpot(const std::string& text);
+// Failure unless the region or spot lies inside the frame.
+void requireInside(const Region& r, const FrameSize& size);
+void requireInside(const Spot& s, const FrameSize& size);
+
+}  // namespace kalviro::cli

@@ -1,0 +1,89 @@
+#include "synth_scene.hpp"
+
+#include <cmath>
+
+namespace kalviro::cli {
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+// Up to +-0.04 degrees, the same for a pixel and frame on every host.
+double noise(int32_t x, int32_t y, uint64_t frame) {
+    uint64_t h = (static_cast<uint64_t>(static_cast<uint32_t>(x)) << 32) ^ static_cast<uint32_t>(y);
+    h ^= frame * 0x9e3779b97f4a7c15ull;
+    h ^= h >> 30;
+    h *= 0xbf58476d1ce4e5b9ull;
+    h ^= h >> 27;
+    h *= 0x94d049bb133111ebull;
+    h ^= h >> 31;
+    return (static_cast<double>(h >> 11) / 9007199254740992.0 - 0.5) * 0.08;
+}
+
+double gauss(double dx, double dy, double radius) {
+    return std::exp(-(dx * dx + dy * dy) / (2.0 * radius * radius));
+}
+
+// Inside the ellipse centred on (cx, cy): 1 in the middle, 0 at the rim.
+double ellipse(double x, double y, double cx, double cy, double rx, double ry) {
+    const double dx = (x - cx) / rx;
+    const double dy = (y - cy) / ry;
+    return 1.0 - (dx * dx + dy * dy);
+}
+
+// A heated part on a bench at room temperature, warming up over the
+// sequence, and a cold drink beside it.
+double hotspot(double u, double v, double p) {
+    const double room = 22.5 + 1.5 * v;
+    const double hot = (35.0 + 25.0 * p) * gauss(u - 0.62 - 0.05 * p, v - 0.42, 0.07);
+    const double cold = -14.0 * gauss(u - 0.25, v - 0.65, 0.05);
+    return room + hot + cold;
+}
+
+double gradient(double u, double v, double p) { return 10.0 + 50.0 * u + 5.0 * v + 2.0 * p; }
+
+// A person in front of a wall, swaying a little: the face warmest at the
+// eyes, hair and clothes cooler, the wall warmer near the ceiling.
+double person(double u, double v, double p, double aspect) {
+    const double wall = 21.0 + 1.5 * (1.0 - v);
+    const double cx = 0.5 + 0.06 * std::sin(2.0 * kPi * p);
+    const double x = (u - cx) * aspect;  // in units of the frame height
+    const double head = ellipse(x, v, 0.0, 0.30, 0.11, 0.15);
+    if (head > 0.0) {
+        const double hair = v < 0.22 ? 28.5 : 0.0;
+        if (hair > 0.0) return hair + 2.0 * head;
+        const double eyes = 1.6 * (gauss(x - 0.04, v - 0.29, 0.018) + gauss(x + 0.04, v - 0.29, 0.018));
+        return 33.8 + 1.2 * head + eyes;
+    }
+    if (std::abs(x) < 0.045 && v > 0.42 && v < 0.50) return 34.0;  // neck
+    // Shoulders falling away from the neck, clothes warmest at the chest.
+    const double side = std::abs(x) / 0.27;
+    if (side < 1.0 && v > 0.49 + 0.10 * side * side * side) return 29.0 + 2.0 * gauss(x, v - 0.62, 0.12);
+    return wall;
+}
+
+}  // namespace
+
+std::optional<Scene> findScene(const std::string& name) {
+    if (name == "hotspot") return Scene::Hotspot;
+    if (name == "gradient") return Scene::Gradient;
+    if (name == "person") return Scene::Person;
+    return std::nullopt;
+}
+
+std::string sceneNames() { return "hotspot, gradient, person"; }
+
+double sceneTemp(Scene scene, const FrameSize& size, int32_t x, int32_t y, uint64_t frame, uint64_t frames) {
+    const double u = (x + 0.5) / size.width;
+    const double v = (y + 0.5) / size.height;
+    const double p = frames > 1 ? static_cast<double>(frame) / static_cast<double>(frames - 1) : 0.0;
+    double t = 0.0;
+    switch (scene) {
+        case Scene::Hotspot: t = hotspot(u, v, p); break;
+        case Scene::Gradient: t = gradient(u, v, p); break;
+        case Scene::Person: t = person(u, v, p, static_cast<double>(size.width) / size.height); break;
+    }
+    return t + noise(x, y, frame);
+}
+
+}  // namespace kalviro::cli
