@@ -47,6 +47,10 @@ void writePng(const std::string& path, const std::string& name, const Canvas& c,
         throw Failure("cannot write " + name + ": " + (error.empty() ? "out of memory" : error));
     }
     png_init_io(png, f);
+    // Fast compression: flat false-colour areas compress well anyway, and a
+    // sequence writes a file a frame.
+    png_set_compression_level(png, 2);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB | PNG_FILTER_UP);
     png_set_IHDR(png, info, static_cast<png_uint_32>(c.width), static_cast<png_uint_32>(c.height), 8,
                  PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
@@ -110,16 +114,29 @@ private:
         Canvas c(w + panel, h, kPanel);
         const Palette& pal = *png_.palette;
         const float span = hi - lo;
+        const size_t stride = static_cast<size_t>(c.width) * 3;
         for (int32_t y = 0; y < run_.size.height; ++y) {
+            const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width)];
+            uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
             for (int32_t x = 0; x < run_.size.width; ++x) {
-                const float t = r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width) +
-                                        static_cast<size_t>(x)];
                 Rgb colour = kInvalid;
-                if (std::isfinite(t)) {
-                    const float k = std::clamp((t - lo) / span * 255.0f, 0.0f, 255.0f);
+                if (std::isfinite(row[x])) {
+                    const float k = std::clamp((row[x] - lo) / span * 255.0f, 0.0f, 255.0f);
                     colour = pal[static_cast<size_t>(std::lround(k))];
                 }
-                c.fill(x * s, y * s, s, s, colour);
+                for (int32_t i = 0; i < s; ++i, out += 3) {
+                    out[0] = colour.r;
+                    out[1] = colour.g;
+                    out[2] = colour.b;
+                }
+            }
+            // The other rows of a scaled pixel repeat the first.
+            const uint8_t* first = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
+            for (int32_t i = 1; i < s; ++i) {
+                std::memcpy(
+                    &c.rgb[(static_cast<size_t>(y) * static_cast<size_t>(s) + static_cast<size_t>(i)) *
+                           stride],
+                    first, static_cast<size_t>(w) * 3);
             }
         }
         // The bar: hottest colour at the top.
@@ -134,7 +151,7 @@ private:
         drawText(c, lx, top, label(hi), kLabel, fontScale);
         drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
         if (png_.markers && r.whole.count != 0) {
-            const int32_t arm = std::max(3, 2 * s + 1);
+            const int32_t arm = 3 * s + 2;
             drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
             drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
         }

@@ -33,10 +33,10 @@ double ellipse(double x, double y, double cx, double cy, double rx, double ry) {
 
 // A heated part on a bench at room temperature, warming up over the
 // sequence, and a cold drink beside it.
-double hotspot(double u, double v, double p) {
+double hotspot(double u, double v, double p, double aspect) {
     const double room = 22.5 + 1.5 * v;
-    const double hot = (35.0 + 25.0 * p) * gauss(u - 0.62 - 0.05 * p, v - 0.42, 0.07);
-    const double cold = -14.0 * gauss(u - 0.25, v - 0.65, 0.05);
+    const double hot = (35.0 + 25.0 * p) * gauss((u - 0.62 - 0.05 * p) * aspect, v - 0.42, 0.07);
+    const double cold = -14.0 * gauss((u - 0.25) * aspect, v - 0.65, 0.05);
     return room + hot + cold;
 }
 
@@ -77,11 +77,12 @@ double sceneTemp(Scene scene, const FrameSize& size, int32_t x, int32_t y, uint6
     const double u = (x + 0.5) / size.width;
     const double v = (y + 0.5) / size.height;
     const double p = frames > 1 ? static_cast<double>(frame) / static_cast<double>(frames - 1) : 0.0;
+    const double aspect = static_cast<double>(size.width) / size.height;
     double t = 0.0;
     switch (scene) {
-        case Scene::Hotspot: t = hotspot(u, v, p); break;
+        case Scene::Hotspot: t = hotspot(u, v, p, aspect); break;
         case Scene::Gradient: t = gradient(u, v, p); break;
-        case Scene::Person: t = person(u, v, p, static_cast<double>(size.width) / size.height); break;
+        case Scene::Person: t = person(u, v, p, aspect); break;
     }
     return t + noise(x, y, frame);
 }

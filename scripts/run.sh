@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds kalviro (Release), installs the Python package kalviro for the
-# current user, and converts a frame with kalviro-convert: the built-in
-# sample without arguments, else FRAME WIDTH HEIGHT CALTYPE [EMISSIVITY].
+# Builds kalviro (Release) with its command, installs the Python package
+# kalviro for the current user, then runs the command: without arguments
+# `kalviro convert --demo --force`, which converts a built-in synthetic frame
+# into demo.png and demo.json in the current directory; otherwise
+# `kalviro ARGS...` (e.g. scripts/run.sh list).
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -17,7 +19,10 @@ site="$("$python" -m site --user-site)"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DKALVIRO_TESTS=OFF -DKALVIRO_BENCH=OFF -DKALVIRO_APPS=ON -DKALVIRO_SANITIZE=OFF \
     -DKALVIRO_PYTHON=ON -DPython3_EXECUTABLE="$python" -DKALVIRO_PYTHON_INSTALL_DIR="$site"
-cmake --build "$build" --target kalviro-convert _kalviro
+cmake --build "$build" --target kalviro_cli _kalviro
 cmake --install "$build" --component python >/dev/null
 echo "run: Python package kalviro $("$python" -c 'import kalviro; print(kalviro.__version__, "in", kalviro.__file__)' | sed 's|/__init__.py||')"
-"$build/apps/kalviro-convert" "$@"
+if [ "$#" -eq 0 ]; then
+    set -- convert --demo --force
+fi
+"$build/apps/kalviro" "$@"
