@@ -160,7 +160,6 @@ const char* layoutName(Layout layout) { return layout == Layout::Long ? "long" :
 
 const char* familyName(Family family) {
     switch (family) {
-        case Family::None: return "none";
         case Family::Direct: return "direct";
         case Family::Direct4: return "direct, ranges 2-5";
         case Family::Ladder: return "ladder";

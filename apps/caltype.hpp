@@ -9,6 +9,9 @@
 
 namespace kalviro::cli {
 
+// Whether the library converts a CalType: it is in the entries' table.
+bool converts(int32_t calType);
+
 // The list's entry for a converting CalType; throws Failure otherwise.
 const CalTypeInfo& requireCalType(int32_t calType);
 

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "block_fields.hpp"
+#include "caltype.hpp"
 #include "commands.hpp"
 
 namespace kalviro::cli {
@@ -15,7 +16,7 @@ void runList(const ListOptions& o) {
         nlohmann::ordered_json all = nlohmann::ordered_json::array();
         for (const CalTypeInfo& c : kCalTypes) {
             all.push_back({{"calType", c.calType},
-                           {"converts", c.converts()},
+                           {"converts", converts(c.calType)},
                            {"layout", layoutName(c.layout)},
                            {"getIT", c.hasGetIT},
                            {"family", familyName(c.family)}});
@@ -26,9 +27,9 @@ void runList(const ListOptions& o) {
     std::printf("CalType  converts  layout  GetIT  family\n");
     int converting = 0;
     for (const CalTypeInfo& c : kCalTypes) {
-        std::printf("%7d  %-8s  %-6s  %-5s  %s\n", c.calType, c.converts() ? "yes" : "no",
+        std::printf("%7d  %-8s  %-6s  %-5s  %s\n", c.calType, converts(c.calType) ? "yes" : "no",
                     layoutName(c.layout), c.hasGetIT ? "yes" : "no", familyName(c.family));
-        converting += c.converts() ? 1 : 0;
+        converting += converts(c.calType) ? 1 : 0;
     }
     std::printf("%d of %d CalTypes convert\n", converting, KALVIRO_CALTYPE_COUNT);
 }

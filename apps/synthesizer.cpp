@@ -34,24 +34,26 @@ uint16_t Synthesizer::grayOf(int32_t target, const TempFrameInfo& block) {
     int32_t g = camera_.temp2gray(&block, tempLo_, tempHi_, kGrayLo, kGrayHi, target, emissivity_);
     g = std::clamp(g, 0, 65535);
     // The search stops within 0.20 degrees; the nearest gray value is a few
-    // steps further, past any run of grays that convert alike.
+    // steps further, past runs of grays that convert alike, and where the
+    // conversion steps back a little (a bin edge), past that step too.
+    constexpr int32_t kPatience = 16;
     double best = error(g);
     int32_t bestGray = g;
     for (const int32_t step : {-1, 1}) {
         int32_t at = bestGray;
-        double last = best;
-        for (int32_t k = 0; k < 256 && at + step >= 0 && at + step <= 65535; ++k) {
+        for (int32_t sinceBest = 0; sinceBest < kPatience && at + step >= 0 && at + step <= 65535;
+             ++sinceBest) {
             at += step;
             const double e = error(at);
-            if (e > last) break;
-            last = e;
             if (e < best) {
                 best = e;
                 bestGray = at;
+                sinceBest = -1;
             }
         }
     }
     g = bestGray;
+    worst_ = std::max(worst_, best);
     return static_cast<uint16_t>(g);
 }
 

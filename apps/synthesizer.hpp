@@ -21,6 +21,11 @@ public:
     // (pixels, then the block) and the scene's temperatures in degrees.
     void next(std::vector<uint8_t>& raw, std::vector<float>& truth);
 
+    // The farthest any pixel so far converts from its scene temperature, in
+    // degrees: about 0.01, more where the conversion jumps over
+    // temperatures that no gray value reaches.
+    double worstError() const { return worst_; }
+
 private:
     uint16_t grayOf(int32_t target, const TempFrameInfo& block);
 
@@ -31,7 +36,8 @@ private:
     float emissivity_;
     Camera camera_;
     uint64_t frame_ = 0;
-    int32_t tempLo_ = 0, tempHi_ = 0;  // hundredths at the search's gray bounds
+    int32_t tempLo_ = 0, tempHi_ = 0;
+    double worst_ = 0.0;  // hundredths at the search's gray bounds
 };
 
 }  // namespace kalviro::cli
