@@ -10,23 +10,12 @@
 #include <vector>
 
 #include "kalviro.hpp"
+#include "kalviro_fields.hpp"
 
 namespace kalviro::cli {
 
-enum class FieldKind : uint8_t { F32, I32, Bytes };
-
-struct BlockField {
-    const char* name;
-    uint16_t offset;
-    FieldKind kind;
-    uint16_t count;  // elements; 1 for a plain field
-    double divisor;  // an integer field shown in its unit is divided by this
-    const char* unit;
-    const char* meaning;
-};
-
-// The fields in the order of the block; the words at 0x134 and 0x138 and the
-// long layout's opaque bytes depend on the layout.
+// The fields of a layout in the order of the block (kBlockFields of the
+// library: the words at 0x134 and 0x138 and paraBlob depend on the layout).
 std::vector<BlockField> blockFields(Layout layout);
 
 // One element of a field in its unit (degrees, metres, percent, seconds...).

@@ -77,10 +77,10 @@ void printCsv(FrameSource& source, const CalTypeInfo& c, const Camera& camera) {
     std::string head = "frame,getIT";
     for (const BlockField& f : fields) {
         const std::string unit = *f.unit ? std::string(" (") + f.unit + ")" : "";
-        for (uint16_t i = 0; i < (f.kind == FieldKind::Bytes ? 1 : f.count); ++i) {
+        for (uint16_t i = 0; i < (f.type == FieldType::Bytes ? 1 : f.count); ++i) {
             head += ",";
             head += f.name;
-            if (f.count > 1 && f.kind != FieldKind::Bytes) head += "[" + std::to_string(i) + "]";
+            if (f.count > 1 && f.type != FieldType::Bytes) head += "[" + std::to_string(i) + "]";
             head += unit;
         }
     }
@@ -90,7 +90,7 @@ void printCsv(FrameSource& source, const CalTypeInfo& c, const Camera& camera) {
         std::string row = std::to_string(frame.index) + ",";
         if (c.hasGetIT) row += nlohmann::ordered_json(camera.getIT(&frame.block)).dump();
         for (const BlockField& f : fields) {
-            if (f.kind == FieldKind::Bytes) {
+            if (f.type == FieldType::Bytes) {
                 row += "," + fieldText(blockBytes(frame.block), f);
                 continue;
             }

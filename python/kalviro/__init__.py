@@ -67,8 +67,10 @@ def block_fields(block: Block, caltype: Optional[int] = None) -> dict:
     """The block's fields by name.
 
     Temperatures stored as hundredths of a degree are given in degrees, the
-    distance stored as hundredths of a metre in metres; every other field as
-    the block holds it. FIELD_UNITS names the unit of each. The words at 0x134
+    distance stored as hundredths of a metre in metres, atmA and atmB as the
+    amplitude and rate they stand for (hundredths and thousandths), the gains
+    stored in hundredths as factors; every other field as the block holds it.
+    FIELD_UNITS names the unit of each, as the command-line tool shows them. The words at 0x134
     and 0x138 are envTemp and bodyTemp in the base layout, windowTransLong and
     envTempLong in the long one: the caltype decides, base when it is None.
     """

@@ -10,6 +10,7 @@
 
 #include "camera.hpp"
 #include "kalviro.hpp"
+#include "kalviro_fields.hpp"
 #include "views.hpp"
 
 namespace py = pybind11;
@@ -37,8 +38,9 @@ py::list calTypes() {
         const std::vector<int> ranges = fiveRanges ? std::vector<int>{2, 3, 4, 5} : std::vector<int>{2, 3, 4};
         // Every CalType of the list converts; the column stays for callers
         // that ask.
-        rows.append(py::make_tuple(c.calType, true, familyName(c.family), c.layout == Layout::Long ? "long" : "base",
-                                   c.hasGetIT, py::tuple(py::cast(ranges))));
+        rows.append(py::make_tuple(c.calType, true, familyName(c.family),
+                                   c.layout == Layout::Long ? "long" : "base", c.hasGetIT,
+                                   py::tuple(py::cast(ranges))));
     }
     return rows;
 }
@@ -78,6 +80,25 @@ std::vector<double> timeConvert(int32_t calType, py::handle image, py::handle bl
     return seconds;
 }
 
+// The library's table of block fields: (name, offset, struct format,
+// divisor, unit, layouts), the layouts "both", "base" or "long".
+py::list blockFieldTable() {
+    py::list rows;
+    for (const BlockField& f : kBlockFields) {
+        std::string format;
+        switch (f.type) {
+            case FieldType::Float: format = "<" + std::to_string(f.count) + "f"; break;
+            case FieldType::Int32: format = "<" + std::to_string(f.count) + "i"; break;
+            case FieldType::Bytes: format = std::to_string(f.count) + "s"; break;
+        }
+        const char* layouts = f.layouts == FieldLayouts::Both   ? "both"
+                              : f.layouts == FieldLayouts::Base ? "base"
+                                                                : "long";
+        rows.append(py::make_tuple(f.name, f.offset, format, f.divisor, f.unit, layouts));
+    }
+    return rows;
+}
+
 }  // namespace
 }  // namespace kalviro::binding
 
@@ -88,6 +109,7 @@ PYBIND11_MODULE(_kalviro, m) {
     m.def("version", &version, "The library's version text, e.g. 'V_0.0.29'.");
     m.def("_caltypes", &calTypes);
     m.def("_block_bytes", &blockBytes, "block"_a);
+    m.def("_block_field_table", &blockFieldTable);
     m.def("_time_convert", &timeConvert, "caltype"_a, "image"_a, "block"_a, "emissivity"_a, "repeats"_a);
     bindCamera(m);
 }

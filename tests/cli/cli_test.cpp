@@ -246,7 +246,7 @@ TEST_F(Cli, JsonOutputParses) {
     EXPECT_EQ(info["layout"], "base");
     EXPECT_EQ(info["block"]["tempRange"], 2);
     EXPECT_TRUE(info["getIT"].is_number());
-    EXPECT_EQ(info["units"]["distance"], "m");
+    EXPECT_EQ(info["units"]["distance"], "metres");
     const auto list = nlohmann::json::parse(ok("list --json").out);
     EXPECT_EQ(list.size(), static_cast<size_t>(KALVIRO_CALTYPE_COUNT));
     ok("convert two.raw --caltype 21 --roi 0,0,10,10 -o two.json");

@@ -16,11 +16,11 @@ def test_offsets_are_the_headers_and_fields_do_not_overlap():
         name: int(offset, 16)
         for name, offset in re.findall(r"offsetof\(TempFrameInfo, (\w+)\) == (0x[0-9a-f]+)", header)
     }
-    base = _fields.FIELDS + _fields.LAYOUT_FIELDS["base"]
-    assert {name: offset for name, offset, *_ in base} == checked
-    for layout, rows in _fields.LAYOUT_FIELDS.items():
-        rows = sorted(_fields.FIELDS + rows, key=lambda row: row[1])
-        for (name, offset, fmt, *_), following in zip(rows, rows[1:] + [("end", 512)]):
+    table = {name: offset for name, offset, *_ in _fields.TABLE}
+    assert {name: table[name] for name in checked} == checked
+    for layout in ("base", "long"):
+        rows = _fields.rows_of(layout)
+        for (name, offset, fmt, *_), following in zip(rows, rows[1:] + (("end", 512),)):
             end = offset + _fields.struct.calcsize(fmt)
             assert end <= following[1], f"{layout}: {name} runs into {following[0]}"
 
