@@ -34,7 +34,7 @@ class FrameInfo : public testing::TestWithParam<FrameCase> {};
 
 TEST_P(FrameInfo, SplitsOrRefuses) {
     const FrameCase& c = GetParam();
-    std::vector<uint8_t> buffer(c.nullFrame ? 0 : c.size + 1, 0x5a);
+    std::vector<uint8_t> buffer(c.nullFrame ? 0 : static_cast<size_t>(c.size) + 1, 0x5a);
     uint8_t* frame = c.nullFrame ? nullptr : buffer.data();
     uint8_t stale = 0;  // outputs start where no call would point them
     constexpr uint64_t kStale = 0xdeadbeefcafef00dULL;
@@ -68,6 +68,30 @@ INSTANTIATE_TEST_SUITE_P(Sizes, FrameInfo, testing::Values(
     FrameCase{"UnknownCalType", 512, false, 53, "CalType error\n"}),
     [](const testing::TestParamInfo<FrameCase>& i) { return std::string(i.param.name); });
 // clang-format on
+
+// A size that runs past the end of the address space belongs to no buffer
+// and is refused like a short one, nothing written. On a 32-bit host 2^32 +
+// 1024 would otherwise be cut to 1024 and put the block inside the image.
+TEST(FrameInfoSize, NoBufferThatLargeAtThisAddress) {
+    std::vector<uint8_t> buffer(1024);
+    const bool narrow = sizeof(uintptr_t) < sizeof(uint64_t);
+    for (uint64_t size : {~uint64_t{0}, (uint64_t{1} << 32) + 1024}) {
+        const bool refused = size == ~uint64_t{0} || narrow;
+        uint8_t* image = nullptr;
+        uint8_t* info = nullptr;
+        uint64_t imageSize = 7, infoSize = 7;
+        testing::internal::CaptureStdout();
+        const int32_t r =
+            Temperature_GetFrameInfo(21, buffer.data(), size, &image, &imageSize, &info, &infoSize);
+        std::fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), refused ? "BufSize error\n" : "") << size;
+        EXPECT_EQ(r, refused ? -1 : 0) << size;
+        EXPECT_EQ(imageSize, refused ? 7 : size - 512) << size;
+        EXPECT_EQ(
+            reinterpret_cast<uintptr_t>(info),
+            refused ? 0 : reinterpret_cast<uintptr_t>(buffer.data()) + static_cast<uintptr_t>(size - 512));
+    }
+}
 
 // Numbers no camera uses are unknown to the dispatching entries.
 class UnknownCalType : public testing::TestWithParam<int32_t> {};

@@ -62,6 +62,16 @@ TEST(FrameTableC, MatchesRealThroughTheCEntryAndRefusesNulls) {
     EXPECT_EQ(kalviro_convert_frame(nullptr, b.info(), px, 3, 0.95f, 0.0f, out, table.get()), -1);
     EXPECT_EQ(kalviro_convert_frame(fn, nullptr, px, 3, 0.95f, 0.0f, out, table.get()), -1);
     EXPECT_EQ(kalviro_convert_frame(fn, b.info(), px, 3, 0.95f, 0.0f, out, nullptr), -1);
+
+    // A count no memory holds is refused with nothing written. On a 32-bit
+    // host 2^32 + 3 would otherwise be cut to 3 and converted.
+    const uint64_t beyondAnyHost = ~uint64_t{0} / 2, beyond32Bits = (uint64_t{1} << 32) + 3;
+    for (uint64_t count : {beyondAnyHost, beyond32Bits}) {
+        if (count == beyond32Bits && sizeof(uintptr_t) == sizeof(uint64_t)) continue;  // may really exist
+        std::memset(out, 0, sizeof out);
+        EXPECT_EQ(kalviro_convert_frame(fn, b.info(), px, count, 0.95f, 0.0f, out, table.get()), -1) << count;
+        EXPECT_EQ(out[0], 0.0f) << count;
+    }
 }
 
 }  // namespace

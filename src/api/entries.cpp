@@ -31,7 +31,10 @@ extern "C" {
 
 int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t* frame, uint64_t frameSize, uint8_t** image,
                                  uint64_t* imageSize, uint8_t** info, uint64_t* infoSize) {
-    if (frameSize < 512) {
+    // A size that runs past the end of the address space belongs to no
+    // buffer. On a 32-bit host the block address would be cut to the low
+    // bits and land inside the image, a plausible pointer to the wrong bytes.
+    if (frameSize < 512 || frameSize > UINTPTR_MAX - reinterpret_cast<uintptr_t>(frame)) {
         std::puts("BufSize error");
         return -1;
     }
@@ -130,7 +133,7 @@ extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, c
                                          uint64_t count, float emissivity, float distance, float* out,
                                          KalviroFrameTable* table) {
     if (fn == nullptr || block == nullptr || table == nullptr ||
-        (count != 0 && (pixels == nullptr || out == nullptr))) {
+        (count != 0 && (pixels == nullptr || out == nullptr)) || !kalviro::frameFits(pixels, count, out)) {
         return -1;
     }
     // A CalType's own per-pixel function runs as a plan for the frame and a

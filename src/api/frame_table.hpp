@@ -9,6 +9,15 @@
 
 namespace kalviro {
 
+// Whether count pixels and count results fit in the address space at these
+// addresses. A larger count describes no buffer: on a 32-bit host it would be
+// cut to its low bits and convert some other part of memory.
+inline bool frameFits(const uint16_t* pixels, uint64_t count, const float* out) {
+    const uintptr_t top = UINTPTR_MAX;
+    return count <= (top - reinterpret_cast<uintptr_t>(pixels)) / sizeof *pixels &&
+           count <= (top - reinterpret_cast<uintptr_t>(out)) / sizeof *out;
+}
+
 template <typename Real>
 void frameThrough(Real&& real, const uint16_t* pixels, uint64_t count, float* out, KalviroFrameTable& t) {
     t.generation += 1;
