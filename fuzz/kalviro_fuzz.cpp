@@ -1,0 +1,365 @@
+// Arbitrary bytes against every entry: whatever a camera or a broken cable
+// delivers, each call returns a number, writes only what it may write, and
+// ends. AddressSanitizer and UndefinedBehaviorSanitizer (float casts and
+// signed overflow included) stop at the first report; the checks below stop
+// at the first broken promise.
+//
+// An input, little-endian, zero-padded when short:
+//   0    u8      CalType: below 59 a position in the list, else the int32 at 44
+//   1    u8      flags, kFlag... below
+//   2    u16     bytes of image in front of the block (odd: the block sits at
+//                an odd address), at most kMaxImage
+//   4    i32     gray
+//   8    u32     emissivity, float bits: NaN, infinities, subnormals as they come
+//   12   u32     distance, float bits
+//   16   i32[5]  inverse search: tempMin, tempMax, grayMin, grayMax, target
+//   36   u64     a frame size offered to Temperature_GetFrameInfo as it stands
+//   44   i32     CalType, when byte 0 is 59 or more
+//   48   512     the block
+//   560  u16[]   pixels of the whole-frame call, at most kMaxPixels
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+
+#include "kalviro.h"
+#include "kalviro.hpp"
+
+namespace {
+
+constexpr size_t kHeader = 48;
+constexpr size_t kBlockAt = kHeader;
+constexpr size_t kPixelsAt = kBlockAt + 512;
+constexpr size_t kMaxPixels = 256;
+constexpr size_t kMaxImage = 4096;
+
+constexpr uint8_t kFlagOnce = 1;         // per-frame call through KALVIRO_Gray2Temp_Once
+constexpr uint8_t kFlagFromGray = 2;     // ... through Temperature_GetTempFromGray
+constexpr uint8_t kFlagNoFrameCall = 4;  // per-pixel calls on the statics as they stand
+constexpr uint8_t kFlagInverseInit = 8;  // inverse search over the per-frame function too
+constexpr uint8_t kFlagCamera = 16;      // the same calls on a kalviro::Camera
+
+#define FUZZ_CHECK(cond, ...)                                     \
+    do {                                                          \
+        if (!(cond)) {                                            \
+            std::fprintf(stderr, "broken promise: " __VA_ARGS__); \
+            std::fprintf(stderr, " (%s)\n", #cond);               \
+            std::abort();                                         \
+        }                                                         \
+    } while (0)
+
+uint32_t le32(const uint8_t* p) {
+    return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
+           static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
+}
+
+float asFloat(uint32_t bits) {
+    float f;
+    std::memcpy(&f, &bits, sizeof f);
+    return f;
+}
+
+uint32_t bitsOf(float f) {
+    uint32_t b;
+    std::memcpy(&b, &f, sizeof b);
+    return b;
+}
+
+uint64_t bitsOf(double d) {
+    uint64_t b;
+    std::memcpy(&b, &d, sizeof b);
+    return b;
+}
+
+bool oneOf(int32_t calType, std::initializer_list<int32_t> set) {
+    for (int32_t c : set) {
+        if (c == calType) return true;
+    }
+    return false;
+}
+
+// The words a per-frame call of a CalType may store into the caller's block,
+// as the camera's CalTypes do, told here independently of the library's own
+// list so that the two must agree. Most publish the shutter drift they
+// computed, the atmosphere constants 4 and 167 and the warm-up shift. The
+// long-layout CalTypes and the older four (12, 60, 61, 62) take the shutter
+// drift from the camera instead; the older four also read the atmosphere
+// from the block and keep their shift to themselves.
+constexpr uint32_t kShutterDrift = 0x0f4, kAtmA = 0x0fc, kAtmB = 0x100, kWarmShift = 0x128;
+
+bool mayWrite(int32_t calType, uint32_t word) {
+    if (KALVIRO_IsAlgSurport(calType) == 0) return false;  // unknown: nothing runs
+    const bool ownsDrift = !oneOf(calType, {12, 50, 51, 52, 54, 55, 60, 61, 62, 110, 111, 120, 121});
+    const bool ownsAtmosphere = !oneOf(calType, {12, 60, 61, 62});
+    if (word == kShutterDrift) return ownsDrift;
+    if (word == kAtmA || word == kAtmB || word == kWarmShift) return ownsAtmosphere;
+    return false;
+}
+
+void checkWrites(int32_t calType, const uint8_t* before, const uint8_t* after, const char* call) {
+    for (uint32_t i = 0; i < 512; ++i) {
+        if (before[i] != after[i]) {
+            FUZZ_CHECK(mayWrite(calType, i & ~3u), "%s of CalType %d wrote block byte 0x%03x", call, calType,
+                       i);
+        }
+    }
+}
+
+void checkUnchanged(const uint8_t* before, const uint8_t* after, const char* call, int32_t calType) {
+    FUZZ_CHECK(std::memcmp(before, after, 512) == 0, "%s of CalType %d changed the block", call, calType);
+}
+
+// The inverse search and the generic whole-frame path see the conversion
+// through this counter.
+Gray2TempFn gInner = nullptr;
+uint32_t gCalls = 0;
+bool gNonZeroDistance = false;
+
+float counted(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    ++gCalls;
+    return gInner(gray, block, emissivity, distance);
+}
+
+float countedZeroDistance(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
+    if (bitsOf(distance) != 0) gNonZeroDistance = true;
+    return counted(gray, block, emissivity, distance);
+}
+
+KalviroFrameTable gTable;  // zero-initialised, kept between inputs as a caller would
+float gOut[kMaxPixels];
+bool gSeen[65536];
+
+struct Input {
+    int32_t calType;
+    uint8_t flags;
+    size_t imageBytes;
+    int32_t gray;
+    float emissivity, distance;
+    int32_t tempMin, tempMax, grayMin, grayMax, target;
+    uint64_t offeredSize;
+    uint8_t block[512];
+    uint16_t pixels[kMaxPixels];
+    size_t count;
+};
+
+Input parse(const uint8_t* data, size_t size) {
+    uint8_t head[kPixelsAt] = {};
+    std::memcpy(head, data, size < sizeof head ? size : sizeof head);
+    Input in{};
+    const int32_t raw = static_cast<int32_t>(le32(head + 44));
+    in.calType = head[0] < KALVIRO_CALTYPE_COUNT ? kalviro::kCalTypes[head[0]].calType : raw;
+    in.flags = head[1];
+    in.imageBytes = (static_cast<size_t>(head[2]) | static_cast<size_t>(head[3]) << 8) % (kMaxImage + 1);
+    in.gray = static_cast<int32_t>(le32(head + 4));
+    in.emissivity = asFloat(le32(head + 8));
+    in.distance = asFloat(le32(head + 12));
+    in.tempMin = static_cast<int32_t>(le32(head + 16));
+    in.tempMax = static_cast<int32_t>(le32(head + 20));
+    in.grayMin = static_cast<int32_t>(le32(head + 24));
+    in.grayMax = static_cast<int32_t>(le32(head + 28));
+    in.target = static_cast<int32_t>(le32(head + 32));
+    in.offeredSize = static_cast<uint64_t>(le32(head + 36)) | static_cast<uint64_t>(le32(head + 40)) << 32;
+    std::memcpy(in.block, head + kBlockAt, 512);
+    const size_t rest = size > kPixelsAt ? (size - kPixelsAt) / 2 : 0;
+    in.count = rest < kMaxPixels ? rest : kMaxPixels;
+    for (size_t i = 0; i < in.count; ++i) {
+        const uint8_t* p = data + kPixelsAt + 2 * i;
+        in.pixels[i] = static_cast<uint16_t>(p[0] | p[1] << 8);
+    }
+    return in;
+}
+
+// The frame split, on the real buffer and on a size as it came.
+void splitFrame(const Input& in, uint8_t* frame, size_t frameSize) {
+    const bool known = KALVIRO_IsAlgSurport(in.calType) != 0;
+    uint8_t* image = nullptr;
+    uint8_t* info = nullptr;
+    uint64_t imageSize = 7, infoSize = 7;
+    const int32_t r =
+        Temperature_GetFrameInfo(in.calType, frame, frameSize, &image, &imageSize, &info, &infoSize);
+    FUZZ_CHECK(r == (known ? 0 : -1), "GetFrameInfo returned %d", r);
+    FUZZ_CHECK(image == frame && imageSize == frameSize - 512 && info == frame + in.imageBytes,
+               "GetFrameInfo split %zu bytes wrongly", frameSize);
+    FUZZ_CHECK(infoSize == (known ? 512u : 7u), "GetFrameInfo infoSize %llu",
+               static_cast<unsigned long long>(infoSize));
+
+    // Any size: below 512, or one no buffer at this address can have, is
+    // refused with nothing written; otherwise the block is the last 512
+    // bytes. Nothing is dereferenced, so the buffer need not be that large.
+    const uint64_t offered = in.offeredSize;
+    image = info = nullptr;
+    imageSize = infoSize = 7;
+    const uintptr_t at = reinterpret_cast<uintptr_t>(frame);
+    const bool fits = offered >= 512 && offered <= UINTPTR_MAX - at;
+    const int32_t r2 =
+        Temperature_GetFrameInfo(in.calType, frame, offered, &image, &imageSize, &info, &infoSize);
+    FUZZ_CHECK(r2 == (fits && known ? 0 : -1), "GetFrameInfo(%llu) returned %d",
+               static_cast<unsigned long long>(offered), r2);
+    if (!fits) {
+        FUZZ_CHECK(image == nullptr && info == nullptr && imageSize == 7 && infoSize == 7,
+                   "a refused size wrote an output");
+    } else {
+        FUZZ_CHECK(image == frame && imageSize == offered - 512 &&
+                       reinterpret_cast<uintptr_t>(info) == at + static_cast<uintptr_t>(offered - 512),
+                   "GetFrameInfo(%llu) split wrongly", static_cast<unsigned long long>(offered));
+    }
+}
+
+// The per-frame call in one of its three guises; checks what it wrote.
+void frameCall(const Input& in, TempFrameInfo* block, uint8_t* raw) {
+    uint8_t before[512];
+    std::memcpy(before, raw, 512);
+    if (in.flags & kFlagFromGray) {
+        const uint16_t g = static_cast<uint16_t>(in.gray);
+        const float t =
+            Temperature_GetTempFromGray(g, block, nullptr, in.calType, in.emissivity, in.distance);
+        if (g == 0) {
+            FUZZ_CHECK(bitsOf(t) == 0, "gray 0 gave a temperature");
+            checkUnchanged(before, raw, "Temperature_GetTempFromGray with gray 0", in.calType);
+        }
+        checkWrites(in.calType, before, raw, "Temperature_GetTempFromGray");
+    } else if (in.flags & kFlagOnce) {
+        KALVIRO_Gray2Temp_Once(in.calType, in.gray, block, in.emissivity, in.distance);
+        checkWrites(in.calType, before, raw, "KALVIRO_Gray2Temp_Once");
+    } else {
+        KALVIRO_Gray2Temp_Init(in.calType, in.gray, block, in.emissivity, in.distance);
+        checkWrites(in.calType, before, raw, "KALVIRO_Gray2Temp_Init");
+    }
+}
+
+// Everything that only reads: the block must come out as it went in.
+void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
+    uint8_t before[512];
+    std::memcpy(before, raw, 512);
+    const Gray2TempFn real = KALVIRO_Gray2Temp_Real_GET(in.calType);
+
+    const float viaEntry = KALVIRO_Gray2Temp_Real(in.calType, in.gray, block, in.emissivity, in.distance);
+    if (real != nullptr) {
+        const float direct = real(in.gray, block, in.emissivity, in.distance);
+        FUZZ_CHECK(bitsOf(direct) == bitsOf(viaEntry), "the per-pixel pointer and entry differ");
+    } else {
+        FUZZ_CHECK(bitsOf(viaEntry) == 0, "an unknown CalType converted");
+    }
+    checkUnchanged(before, raw, "KALVIRO_Gray2Temp_Real", in.calType);
+
+    const double it = KALVIRO_GetIT(in.calType, block);
+    const GetITFn getIT = KALVIRO_GetIT_GET(in.calType);
+    if (getIT != nullptr) FUZZ_CHECK(bitsOf(getIT(block)) == bitsOf(it), "GetIT pointer and entry differ");
+    checkUnchanged(before, raw, "KALVIRO_GetIT", in.calType);
+
+    TempPara para;
+    std::memset(&para, 0xa5, sizeof para);
+    const int32_t got = KALVIRO_GetTempPara(in.calType, block, &para);
+    FUZZ_CHECK(got == KALVIRO_IsAlgSurport(in.calType), "KALVIRO_GetTempPara returned %d", got);
+    const uint8_t* p = reinterpret_cast<const uint8_t*>(&para);
+    for (size_t i = got ? offsetof(TempPara, zero) : 0; i < sizeof para; ++i) {
+        FUZZ_CHECK(p[i] == (got ? 0 : 0xa5), "TempPara byte 0x%03zx is %u", i, p[i]);
+    }
+    checkUnchanged(before, raw, "KALVIRO_GetTempPara", in.calType);
+
+    // The inverse search: at most 101 steps and 100 halvings, distance 0.0.
+    gInner = real;
+    gCalls = 0;
+    gNonZeroDistance = false;
+    const int32_t g = KALVIRO_Temp2Gray(real ? countedZeroDistance : nullptr, block, in.tempMin, in.tempMax,
+                                        in.grayMin, in.grayMax, in.target, in.emissivity);
+    FUZZ_CHECK(gCalls <= 201, "the inverse search called its function %u times", gCalls);
+    FUZZ_CHECK(!gNonZeroDistance, "the inverse search passed a distance other than +0.0");
+    if (real == nullptr) FUZZ_CHECK(g == in.grayMin, "the inverse search without a function");
+    checkUnchanged(before, raw, "KALVIRO_Temp2Gray", in.calType);
+
+    // Whole frame: bit for bit the per-pixel call, NaN patterns included,
+    // through the CalType's own pointer and through any other function.
+    if (real == nullptr || in.count == 0) return;
+    FUZZ_CHECK(kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut,
+                                     &gTable) == 0,
+               "kalviro_convert_frame refused a frame");
+    for (size_t i = 0; i < in.count; ++i) {
+        const float want = real(in.pixels[i], block, in.emissivity, in.distance);
+        FUZZ_CHECK(bitsOf(gOut[i]) == bitsOf(want), "whole frame pixel %zu (gray %u): %08x, per pixel %08x",
+                   i, in.pixels[i], bitsOf(gOut[i]), bitsOf(want));
+    }
+    checkUnchanged(before, raw, "kalviro_convert_frame", in.calType);
+
+    uint32_t distinct = 0;
+    for (size_t i = 0; i < in.count; ++i) {
+        if (!gSeen[in.pixels[i]]) ++distinct;
+        gSeen[in.pixels[i]] = true;
+    }
+    for (size_t i = 0; i < in.count; ++i) gSeen[in.pixels[i]] = false;
+    float perPixel[kMaxPixels];
+    std::memcpy(perPixel, gOut, in.count * sizeof *gOut);
+    gCalls = 0;
+    kalviro_convert_frame(counted, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
+    FUZZ_CHECK(gCalls == distinct, "%u conversions for %u distinct gray values", gCalls, distinct);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame through a plain function differs from the per-pixel call");
+    checkUnchanged(before, raw, "kalviro_convert_frame through a plain function", in.calType);
+}
+
+// The inverse search over the per-frame function reruns it every time.
+void inverseOverFrameCall(const Input& in, TempFrameInfo* block, uint8_t* raw) {
+    uint8_t before[512];
+    std::memcpy(before, raw, 512);
+    gInner = KALVIRO_Gray2Temp_Init_GET(in.calType);
+    if (gInner == nullptr) return;
+    gCalls = 0;
+    KALVIRO_Temp2Gray(counted, block, in.tempMin, in.tempMax, in.grayMin, in.grayMax, in.target,
+                      in.emissivity);
+    FUZZ_CHECK(gCalls <= 201, "the inverse search called the per-frame function %u times", gCalls);
+    checkWrites(in.calType, before, raw, "KALVIRO_Temp2Gray over the per-frame function");
+}
+
+// A camera of its own keeps the same promises.
+void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
+    kalviro::Camera cam(in.calType);
+    FUZZ_CHECK(cam.valid() == (KALVIRO_IsAlgSurport(in.calType) != 0), "Camera(%d).valid()", in.calType);
+    uint8_t before[512];
+    std::memcpy(before, raw, 512);
+    if (in.flags & kFlagOnce) {
+        cam.once(in.gray, block, in.emissivity, in.distance);
+    } else {
+        cam.init(in.gray, block, in.emissivity, in.distance);
+    }
+    checkWrites(in.calType, before, raw, "Camera::init");
+    std::memcpy(before, raw, 512);
+
+    cam.real(in.gray, block, in.emissivity, in.distance);
+    cam.getIT(block);
+    TempPara para;
+    cam.getTempPara(block, &para);
+    cam.temp2gray(block, in.tempMin, in.tempMax, in.grayMin, in.grayMax, in.target, in.emissivity);
+    if (cam.valid() && in.count != 0) {
+        cam.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
+        for (size_t i = 0; i < in.count; ++i) {
+            const float want = cam.real(in.pixels[i], block, in.emissivity, in.distance);
+            FUZZ_CHECK(bitsOf(gOut[i]) == bitsOf(want), "Camera::realFrame pixel %zu", i);
+        }
+    }
+    checkUnchanged(before, raw, "a reading Camera call", in.calType);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const Input in = parse(data, size);
+
+    // The frame as a caller holds it: exactly as large as it is, so a read
+    // past its end is caught.
+    const size_t frameSize = in.imageBytes + 512;
+    const std::unique_ptr<uint8_t[]> frame(new uint8_t[frameSize]);
+    std::memset(frame.get(), 0x3c, in.imageBytes);
+    uint8_t* raw = frame.get() + in.imageBytes;
+    std::memcpy(raw, in.block, 512);
+    splitFrame(in, frame.get(), frameSize);
+    auto* block = reinterpret_cast<TempFrameInfo*>(raw);
+
+    if (!(in.flags & kFlagNoFrameCall)) frameCall(in, block, raw);
+    readingCalls(in, block, raw);
+    if (in.flags & kFlagInverseInit) inverseOverFrameCall(in, block, raw);
+    if (in.flags & kFlagCamera) cameraCalls(in, block, raw);
+    return 0;
+}
