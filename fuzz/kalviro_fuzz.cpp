@@ -33,7 +33,7 @@ namespace {
 constexpr size_t kHeader = 48;
 constexpr size_t kBlockAt = kHeader;
 constexpr size_t kPixelsAt = kBlockAt + 512;
-constexpr size_t kMaxPixels = 256;
+constexpr size_t kMaxPixels = 64;
 constexpr size_t kMaxImage = 4096;
 
 constexpr uint8_t kFlagOnce = 1;         // per-frame call through KALVIRO_Gray2Temp_Once
@@ -56,23 +56,18 @@ uint32_t le32(const uint8_t* p) {
            static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
 }
 
-float asFloat(uint32_t bits) {
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
+// The same bits as another type of the same width: floats compared bit for
+// bit, NaN patterns included.
+template <typename To, typename From>
+To bitCast(From v) {
+    static_assert(sizeof(To) == sizeof(From), "same width");
+    To out;
+    std::memcpy(&out, &v, sizeof out);
+    return out;
 }
 
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
-
-uint64_t bitsOf(double d) {
-    uint64_t b;
-    std::memcpy(&b, &d, sizeof b);
-    return b;
-}
+uint32_t bitsOf(float f) { return bitCast<uint32_t>(f); }
+uint64_t bitsOf(double d) { return bitCast<uint64_t>(d); }
 
 bool oneOf(int32_t calType, std::initializer_list<int32_t> set) {
     for (int32_t c : set) {
@@ -82,12 +77,12 @@ bool oneOf(int32_t calType, std::initializer_list<int32_t> set) {
 }
 
 // The words a per-frame call of a CalType may store into the caller's block,
-// as the camera's CalTypes do, told here independently of the library's own
-// list so that the two must agree. Most publish the shutter drift they
-// computed, the atmosphere constants 4 and 167 and the warm-up shift. The
-// long-layout CalTypes and the older four (12, 60, 61, 62) take the shutter
-// drift from the camera instead; the older four also read the atmosphere
-// from the block and keep their shift to themselves.
+// told here apart from the library's own list so that the two must agree.
+// Most CalTypes publish the shutter drift they computed, the atmosphere
+// constants 4 and 167 and the warm-up shift (only while warmHold is 0, which
+// "may" covers). The long-layout CalTypes and 12, 60, 61, 62 take the
+// shutter drift from the camera instead; 12, 60, 61, 62 also read the
+// atmosphere from the block and keep their shift to themselves.
 constexpr uint32_t kShutterDrift = 0x0f4, kAtmA = 0x0fc, kAtmB = 0x100, kWarmShift = 0x128;
 
 bool mayWrite(int32_t calType, uint32_t word) {
@@ -106,6 +101,14 @@ void checkWrites(int32_t calType, const uint8_t* before, const uint8_t* after, c
                        i);
         }
     }
+}
+
+// A per-frame call that publishes the atmosphere publishes 4 and 167.
+void checkPublished(int32_t calType, const uint8_t* after, const char* call) {
+    if (!mayWrite(calType, kAtmA)) return;
+    FUZZ_CHECK(le32(after + kAtmA) == 4 && le32(after + kAtmB) == 167,
+               "%s of CalType %d published atmA %u, atmB %u", call, calType, le32(after + kAtmA),
+               le32(after + kAtmB));
 }
 
 void checkUnchanged(const uint8_t* before, const uint8_t* after, const char* call, int32_t calType) {
@@ -154,8 +157,8 @@ Input parse(const uint8_t* data, size_t size) {
     in.flags = head[1];
     in.imageBytes = (static_cast<size_t>(head[2]) | static_cast<size_t>(head[3]) << 8) % (kMaxImage + 1);
     in.gray = static_cast<int32_t>(le32(head + 4));
-    in.emissivity = asFloat(le32(head + 8));
-    in.distance = asFloat(le32(head + 12));
+    in.emissivity = bitCast<float>(le32(head + 8));
+    in.distance = bitCast<float>(le32(head + 12));
     in.tempMin = static_cast<int32_t>(le32(head + 16));
     in.tempMax = static_cast<int32_t>(le32(head + 20));
     in.grayMin = static_cast<int32_t>(le32(head + 24));
@@ -219,14 +222,18 @@ void frameCall(const Input& in, TempFrameInfo* block, uint8_t* raw) {
         if (g == 0) {
             FUZZ_CHECK(bitsOf(t) == 0, "gray 0 gave a temperature");
             checkUnchanged(before, raw, "Temperature_GetTempFromGray with gray 0", in.calType);
+            return;
         }
         checkWrites(in.calType, before, raw, "Temperature_GetTempFromGray");
+        checkPublished(in.calType, raw, "Temperature_GetTempFromGray");
     } else if (in.flags & kFlagOnce) {
         KALVIRO_Gray2Temp_Once(in.calType, in.gray, block, in.emissivity, in.distance);
         checkWrites(in.calType, before, raw, "KALVIRO_Gray2Temp_Once");
+        checkPublished(in.calType, raw, "KALVIRO_Gray2Temp_Once");
     } else {
         KALVIRO_Gray2Temp_Init(in.calType, in.gray, block, in.emissivity, in.distance);
         checkWrites(in.calType, before, raw, "KALVIRO_Gray2Temp_Init");
+        checkPublished(in.calType, raw, "KALVIRO_Gray2Temp_Init");
     }
 }
 

@@ -56,6 +56,6 @@ mkdir -p "$found" "$build/artifacts"
 # error lines there, millions of times. Errors are fatal (-fno-sanitize-recover).
 ASAN_OPTIONS="abort_on_error=1:detect_leaks=1:strict_string_checks=1" \
 UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1" \
-    "$build/kalviro_fuzz" -max_total_time="$seconds" -timeout=10 -max_len=1072 -close_fd_mask=1 \
+    "$build/kalviro_fuzz" -max_total_time="$seconds" -timeout=10 -max_len=688 -close_fd_mask=1 \
     -dict="$root/fuzz/kalviro.dict" -artifact_prefix="$build/artifacts/" -print_final_stats=1 \
     "$@" "$found" "$root/fuzz/corpus"
