@@ -133,13 +133,38 @@ typedef struct CalTypeEntry {
     GetTempParaFn getTempPara;
 } CalTypeEntry;
 
-/* Splits a frame buffer of frameSize bytes. Below 512 bytes: prints
- * "BufSize error", writes nothing, returns -1. Otherwise writes image,
- * imageSize and info; for a CalType not in the table prints "CalType error"
- * and returns -1 with infoSize untouched; else writes infoSize (512), 0. */
+/* Splits a frame buffer of frameSize bytes. Below 512 bytes, or a size that
+ * would run past the end of the address space from frame (no buffer is that
+ * large; on a 32-bit host any size from 2^32): prints "BufSize error", writes
+ * nothing, returns -1. Otherwise writes image, imageSize and info; for a
+ * CalType not in the table prints "CalType error" and returns -1 with
+ * infoSize untouched; else writes infoSize (512), 0. */
 KALVIRO_API int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t *frame, uint64_t frameSize,
                                              uint8_t **image, uint64_t *imageSize, uint8_t **info,
                                              uint64_t *infoSize);
+
+/* What the conversion entries return for a block no camera would send.
+ *
+ * Every value that passes through whole hundredths of a degree is finite:
+ * all per-frame results, and the per-pixel results of every CalType but the
+ * nine of the long layout (50, 51, 52, 54, 55, 110, 111, 120, 121). Nonsense
+ * there gives a wrong number, within about 21474836.48 degrees of 0 (the
+ * int32 ends), never NaN or an infinity.
+ *
+ * The per-pixel results of those nine (KALVIRO_Gray2Temp_Real, _Once,
+ * Temperature_GetTempFromGray, kalviro_convert_frame) are not rounded and
+ * can be an infinity or NaN: a window transmission windowTransLong (0x134)
+ * of 0 (all of them but 50), two equal neighbouring curve points (a segment
+ * of slope 0), NaN or infinite floats in the block, or a NaN distance.
+ * KALVIRO_GetIT is a double computed from the block's floats (itRefTemp,
+ * itSlope, and in some CalTypes grayCurveExt or tempBinGain) and is not
+ * finite when they are not, or when their products overflow.
+ *
+ * The distance argument (metres) changes no result: the block's distance
+ * field (hundredths of a metre) is what the atmospheric correction uses.
+ * Only a NaN argument is taken instead of it, and makes the correction NaN
+ * wherever it is applied: the result is then NaN in the nine above and about
+ * -21474836.48 in the others. */
 
 /* Per-frame call: rebuilds the CalType's statics from the block and writes
  * shutterDrift, atmA, atmB and warmShift back as the CalType does. Returns the
@@ -189,7 +214,9 @@ KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int3
  * the caller's (about 512 KiB, kept between frames; zero it once before first
  * use); nothing is allocated. fn is a per-pixel function, e.g. from
  * KALVIRO_Gray2Temp_Real_GET, and the CalType's per-frame call must have run
- * for this block. Returns 0, or -1 for a null argument. */
+ * for this block. Returns 0, or -1 with nothing written for a null argument
+ * or a count that would carry pixels or out past the end of the address space
+ * (on a 32-bit host, some count below 2^30). */
 typedef struct KalviroFrameTable {
     float temp[65536];
     uint32_t stamp[65536];
