@@ -3,10 +3,13 @@
 // whose size is not a multiple of 4.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 
 #include "api/module.hpp"
 #include "core/block.hpp"
@@ -14,6 +17,12 @@
 #include "sample_block.h"
 
 namespace kalviro::test {
+
+// The name of a parameterised case: its `name` member.
+template <typename Case>
+std::string caseName(const testing::TestParamInfo<Case>& i) {
+    return i.param.name;
+}
 
 // The statics a camera holds.
 inline const CalState& stateOf(const Camera& cam) { return CameraAccess::state(cam); }

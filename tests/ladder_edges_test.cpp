@@ -21,10 +21,7 @@ using test::Block;
 double above(double x) { return std::nextafter(x, INFINITY); }
 float below(float x) { return std::nextafter(x, -INFINITY); }
 
-template <typename Case>
-std::string caseName(const testing::TestParamInfo<Case>& i) {
-    return i.param.name;
-}
+using test::caseName;
 
 struct LadderCase {
     const char* name;

@@ -22,10 +22,7 @@ test::Block gainBlock() {
     return b.with(field::driftGain, 1.5f).with(field::itSlope, 0.125f).with(field::itRefTemp, 30.0f);
 }
 
-template <typename T>
-std::string caseName(const ::testing::TestParamInfo<T>& p) {
-    return p.param.name;
-}
+using test::caseName;
 
 struct WeightEdge {
     const char* name;
