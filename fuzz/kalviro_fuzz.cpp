@@ -41,6 +41,7 @@ constexpr uint8_t kFlagFromGray = 2;     // ... through Temperature_GetTempFromG
 constexpr uint8_t kFlagNoFrameCall = 4;  // per-pixel calls on the statics as they stand
 constexpr uint8_t kFlagInverseInit = 8;  // inverse search over the per-frame function too
 constexpr uint8_t kFlagCamera = 16;      // the same calls on a kalviro::Camera
+constexpr uint8_t kFlagOwnExport = 32;   // through the CalType's own _NN exports and stages
 
 #define FUZZ_CHECK(cond, ...)                                     \
     do {                                                          \
@@ -212,11 +213,52 @@ void splitFrame(const Input& in, uint8_t* frame, size_t frameSize) {
     }
 }
 
-// The per-frame call in one of its three guises; checks what it wrote.
+// The CalType's row of kalviro_table: its own exported functions.
+const CalTypeEntry* rowOf(int32_t calType) {
+    for (int32_t i = 0; i < kalviro_table_size; ++i) {
+        if (kalviro_table[i].calType == calType) return &kalviro_table[i];
+    }
+    return nullptr;
+}
+
+// 12 and 60 export their two stages in hundredths as well.
+using StageFn = int32_t (*)(int32_t, TempFrameInfo*, float, float);
+struct Stages {
+    StageFn early, realtime;
+};
+Stages stagesOf(int32_t calType) {
+    if (calType == 12) return {Gray2TempEx12_early_init, Gray2TempEx12_realtime};
+    if (calType == 60) return {Gray2TempEx60_early_init, Gray2TempEx60_realtime};
+    return {nullptr, nullptr};
+}
+
+// Through the CalType's own exports: Gray2Temp_Init_NN or _Once_NN, and for
+// 12 and 60 first the early stage, which must give the same frame in
+// hundredths (they write nothing, so a second call sees the same block).
+void ownFrameCall(const Input& in, TempFrameInfo* block, uint8_t* raw, const uint8_t* before) {
+    const CalTypeEntry* row = rowOf(in.calType);
+    if (row == nullptr) return;
+    const Stages stages = stagesOf(in.calType);
+    if (stages.early != nullptr) {
+        const int32_t early = stages.early(in.gray, block, in.emissivity, in.distance);
+        checkWrites(in.calType, before, raw, "the early stage");
+        const float init = row->init(in.gray, block, in.emissivity, in.distance);
+        FUZZ_CHECK(bitsOf(static_cast<float>(early) / 100.0f) == bitsOf(init),
+                   "CalType %d: early stage %d, per-frame call %08x", in.calType, early, bitsOf(init));
+    } else {
+        ((in.flags & kFlagOnce) ? row->once : row->init)(in.gray, block, in.emissivity, in.distance);
+    }
+    checkWrites(in.calType, before, raw, "the CalType's own per-frame export");
+    checkPublished(in.calType, raw, "the CalType's own per-frame export");
+}
+
+// The per-frame call in one of its guises; checks what it wrote.
 void frameCall(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     uint8_t before[512];
     std::memcpy(before, raw, 512);
-    if (in.flags & kFlagFromGray) {
+    if (in.flags & kFlagOwnExport) {
+        ownFrameCall(in, block, raw, before);
+    } else if (in.flags & kFlagFromGray) {
         const uint16_t g = static_cast<uint16_t>(in.gray);
         const float t =
             Temperature_GetTempFromGray(g, block, nullptr, in.calType, in.emissivity, in.distance);
@@ -236,6 +278,51 @@ void frameCall(const Input& in, TempFrameInfo* block, uint8_t* raw) {
         checkWrites(in.calType, before, raw, "KALVIRO_Gray2Temp_Init");
         checkPublished(in.calType, raw, "KALVIRO_Gray2Temp_Init");
     }
+}
+
+// The CalType's own reading exports: the same bits as the generic entries,
+// nothing for a null block, and for 12 and 60 the realtime stage in
+// hundredths.
+void ownReadingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw, const TempPara& viaEntry) {
+    const CalTypeEntry* row = rowOf(in.calType);
+    if (row == nullptr) return;
+    uint8_t before[512];
+    std::memcpy(before, raw, 512);
+    // The export fills only what the layout has: the blob in the long one.
+    TempPara para;
+    std::memset(&para, 0xa5, sizeof para);
+    row->getTempPara(block, &para);
+    const bool longForm = kalviro::findCalType(in.calType)->layout == KALVIRO_LAYOUT_LONG;
+    const size_t filled = longForm ? offsetof(TempPara, zero) : offsetof(TempPara, paraBlob);
+    FUZZ_CHECK(std::memcmp(&para, &viaEntry, filled) == 0, "GetTempPara_%d differs from KALVIRO_GetTempPara",
+               in.calType);
+    const uint8_t* p = reinterpret_cast<const uint8_t*>(&para);
+    for (size_t i = filled; i < sizeof para; ++i) {
+        FUZZ_CHECK(p[i] == 0xa5, "GetTempPara_%d wrote TempPara byte 0x%03zx", in.calType, i);
+    }
+
+    const float real = row->real(in.gray, block, in.emissivity, in.distance);
+    const Stages stages = stagesOf(in.calType);
+    if (stages.realtime != nullptr) {
+        const int32_t hundredths = stages.realtime(in.gray, block, in.emissivity, in.distance);
+        FUZZ_CHECK(bitsOf(static_cast<float>(hundredths) / 100.0f) == bitsOf(real),
+                   "CalType %d: realtime stage %d, per-pixel call %08x", in.calType, hundredths,
+                   bitsOf(real));
+        FUZZ_CHECK(stages.early(in.gray, nullptr, in.emissivity, in.distance) == 0 &&
+                       stages.realtime(in.gray, nullptr, in.emissivity, in.distance) == 0,
+                   "a stage of CalType %d without a block", in.calType);
+    }
+    checkUnchanged(before, raw, "the CalType's own reading exports", in.calType);
+
+    std::memset(&para, 0xa5, sizeof para);
+    row->getTempPara(nullptr, &para);
+    FUZZ_CHECK(p[0] == 0xa5, "GetTempPara_%d without a block wrote", in.calType);
+    row->getTempPara(block, nullptr);
+    FUZZ_CHECK(bitsOf(row->init(in.gray, nullptr, in.emissivity, in.distance)) == 0 &&
+                   bitsOf(row->real(in.gray, nullptr, in.emissivity, in.distance)) == 0 &&
+                   bitsOf(row->once(in.gray, nullptr, in.emissivity, in.distance)) == 0 &&
+                   (row->getIT == nullptr || bitsOf(row->getIT(nullptr)) == 0),
+               "an export of CalType %d without a block", in.calType);
 }
 
 // Everything that only reads: the block must come out as it went in.
@@ -267,6 +354,7 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
         FUZZ_CHECK(p[i] == (got ? 0 : 0xa5), "TempPara byte 0x%03zx is %u", i, p[i]);
     }
     checkUnchanged(before, raw, "KALVIRO_GetTempPara", in.calType);
+    if (in.flags & kFlagOwnExport) ownReadingCalls(in, block, raw, para);
 
     // The inverse search: at most 101 steps and 100 halvings, distance 0.0.
     gInner = real;
@@ -277,6 +365,14 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     FUZZ_CHECK(gCalls <= 201, "the inverse search called its function %u times", gCalls);
     FUZZ_CHECK(!gNonZeroDistance, "the inverse search passed a distance other than +0.0");
     if (real == nullptr) FUZZ_CHECK(g == in.grayMin, "the inverse search without a function");
+    // Handed the CalType's own function, it runs on a plan for the frame:
+    // the same gray value as over any function.
+    if (real != nullptr) {
+        const int32_t viaPlan = KALVIRO_Temp2Gray(real, block, in.tempMin, in.tempMax, in.grayMin, in.grayMax,
+                                                  in.target, in.emissivity);
+        FUZZ_CHECK(viaPlan == g, "the inverse search on a plan found %d, over a plain function %d", viaPlan,
+                   g);
+    }
     checkUnchanged(before, raw, "KALVIRO_Temp2Gray", in.calType);
 
     // Whole frame: bit for bit the per-pixel call, NaN patterns included,

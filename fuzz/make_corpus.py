@@ -27,7 +27,7 @@ def caltype_list(header):
 
 # Flags and image sizes vary from seed to seed so that every guise of the
 # per-frame call and odd block addresses are in the corpus from the start.
-FLAGS = [0x00, 0x01, 0x02, 0x08, 0x10, 0x04, 0x19]
+FLAGS = [0x00, 0x01, 0x02, 0x08, 0x10, 0x04, 0x19, 0x20, 0x21]
 OFFERED = [None, 511, (1 << 32) + 1000, (1 << 64) - 1]
 
 

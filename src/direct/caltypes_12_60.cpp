@@ -31,7 +31,8 @@ int32_t early12(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, 
 
 int32_t realtime12(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
                    float emissivity, float distance) {
-    return static_cast<int32_t>(pixelHundredths(pixelPlan(r, st, block, emissivity, distance), gray));
+    // Whole hundredths already; still through toInt, like every float to int.
+    return toInt(pixelHundredths(pixelPlan(r, st, block, emissivity, distance), gray));
 }
 
 float frameDegrees(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
