@@ -135,7 +135,7 @@ private:
     }
 
     void work() {
-        // Zeroed once; its stamps keep frames apart afterwards.
+        // Each worker's scratch table for the frames it converts.
         auto table = std::make_unique<KalviroFrameTable>();
         for (;;) {
             std::unique_lock<std::mutex> lock(mutex_);

@@ -91,7 +91,7 @@ void BM_FrameTable(benchmark::State& state) {
     const std::vector<int32_t>& grays = frameGrays();
     std::vector<uint16_t> pixels(grays.begin(), grays.end());
     std::vector<float> temps(pixels.size());
-    auto table = std::make_unique<KalviroFrameTable>();  // zeroed
+    auto table = std::make_unique<KalviroFrameTable>();
     KALVIRO_Gray2Temp_Init(calType, grays[grays.size() / 2], block.info(), kEmissivity, 0.0f);
     const Gray2TempFn real = KALVIRO_Gray2Temp_Real_GET(calType);
     for (auto _ : state) {

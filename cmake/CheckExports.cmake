@@ -31,6 +31,7 @@ set(required
   KALVIRO_Gray2Temp_Init_GET KALVIRO_Gray2Temp_Real_GET KALVIRO_GetIT_GET
   KALVIRO_GetIT KALVIRO_GetTempPara KALVIRO_IsAlgSurport
   KALVIRO_GetVersion KALVIRO_GetVersionMinute KALVIRO_Temp2Gray kalviro_convert_frame
+  kalviro_convert_frame_threads kalviro_lanes
   Gray2TempEx12_early_init Gray2TempEx12_realtime Gray2TempEx60_early_init Gray2TempEx60_realtime
   Gray2Temp_Init_21 Gray2Temp_Real_21 Gray2Temp_Once_21
   GetITValue_21 GetITValue_73 TempPara_get_12 TempPara_get_121 GetTempPara_121

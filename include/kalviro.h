@@ -207,25 +207,41 @@ KALVIRO_API void KALVIRO_GetVersionMinute(char *text);
 KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int32_t tempMin, int32_t tempMax,
                                       int32_t grayMin, int32_t grayMax, int32_t target, float emissivity);
 
-/* Whole-frame conversion. A 16-bit frame holds at most 65536 distinct gray
- * values and, for one emissivity, the per-pixel result depends on nothing
- * else, so each distinct value is converted once and then looked up. The
- * results are those of calling fn on every pixel, bit for bit. The table is
- * the caller's (about 512 KiB, kept between frames; zero it once before first
- * use); nothing is allocated. fn is a per-pixel function, e.g. from
- * KALVIRO_Gray2Temp_Real_GET, and the CalType's per-frame call must have run
- * for this block. Returns 0, or -1 with nothing written for a null argument
- * or a count that would carry pixels or out past the end of the address space
- * (on a 32-bit host, some count below 2^30). */
+/* Whole-frame conversion. For one emissivity the per-pixel result depends on
+ * the gray value alone, so the frame's smallest and largest gray value are
+ * found, every gray value between them is converted once into the table
+ * (several at a time, on the widest vectors the processor has), and each
+ * pixel then reads its entry. The results are those of calling fn on every
+ * pixel, bit for bit. The table is the caller's scratch (256 KiB, no
+ * initialisation, nothing carried between frames); nothing is allocated. fn
+ * is a per-pixel function, e.g. from KALVIRO_Gray2Temp_Real_GET, and the
+ * CalType's per-frame call must have run for this block; any other function
+ * is called once for each gray value from the frame's smallest to its
+ * largest. Returns 0, or -1 with nothing written for a null argument or a
+ * count that would carry pixels or out past the end of the address space (on
+ * a 32-bit host, some count below 2^30). */
 typedef struct KalviroFrameTable {
     float temp[65536];
-    uint32_t stamp[65536];
-    uint32_t generation;
 } KalviroFrameTable;
 
 KALVIRO_API int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo *block, const uint16_t *pixels,
                                           uint64_t count, float emissivity, float distance, float *out,
                                           KalviroFrameTable *table);
+
+/* kalviro_convert_frame on up to `threads` threads: the calling thread and
+ * threads - 1 workers share the search for the span, the table and the
+ * lookups. The workers are started by the first call that asks for them and
+ * wait for the next frame between calls; a call that finds them busy with
+ * another caller's frame converts on its own thread. Results are bit for bit
+ * those of kalviro_convert_frame; threads below 2 start nothing. */
+KALVIRO_API int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo *block,
+                                                  const uint16_t *pixels, uint64_t count, float emissivity,
+                                                  float distance, float *out, KalviroFrameTable *table,
+                                                  int32_t threads);
+
+/* The vector width the whole-frame conversion runs at on this processor:
+ * "avx512" (16 lanes), "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). */
+KALVIRO_API const char *kalviro_lanes(void);
 
 /* The library's own exponential: base truncated to 2.718281, series to the
  * ninth power. Not interchangeable with exp. */

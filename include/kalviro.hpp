@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "kalviro.h"
 
@@ -64,10 +65,26 @@ public:
     int32_t temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t tempMax, int32_t grayMin,
                       int32_t grayMax, int32_t target, float emissivity) const noexcept;
 
-    // The per-pixel call on a whole frame, each distinct gray value converted
-    // once through the caller's table; bit for bit what real() gives.
+    // The per-pixel call on a whole frame: every gray value from the frame's
+    // smallest to its largest converted once into the caller's table, then
+    // looked up; bit for bit what real() gives. threads > 1 shares the work
+    // with workers as kalviro_convert_frame_threads does.
     void realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
-                   float distance, float* out, KalviroFrameTable& table) const noexcept;
+                   float distance, float* out, KalviroFrameTable& table, int32_t threads = 1) const noexcept;
+
+    // The same on containers: anything with data() and size() (std::vector,
+    // std::array, std::span). false, with nothing written, when out is
+    // shorter than pixels or the camera or block is not valid.
+    template <typename Pixels, typename Out>
+    bool realFrame(const Pixels& pixels, const TempFrameInfo* block, float emissivity, float distance,
+                   Out& out, KalviroFrameTable& table, int32_t threads = 1) const noexcept {
+        const uint16_t* in = std::data(pixels);
+        float* to = std::data(out);
+        const std::size_t n = std::size(pixels);
+        if (!valid() || block == nullptr || std::size(out) < n) return false;
+        realFrame(in, n, block, emissivity, distance, to, table, threads);
+        return true;
+    }
 
     // Room for the statics; their layout is the library's own.
     static constexpr std::size_t kStateSize = 512;

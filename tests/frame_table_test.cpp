@@ -2,6 +2,7 @@
 // for bit, also when the next frame changes the block.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -16,7 +17,6 @@ namespace {
 class FrameTable : public ::testing::TestWithParam<int32_t> {
 protected:
     std::unique_ptr<KalviroFrameTable> table = std::make_unique<KalviroFrameTable>();
-    void SetUp() override { std::memset(table.get(), 0, sizeof *table); }
 };
 
 std::vector<uint16_t> pixels() {
@@ -37,10 +37,14 @@ TEST_P(FrameTable, EqualsPerPixelCallAcrossFrames) {
     for (int32_t range : {2, 3}) {
         b.with(field::tempRange, range).with(field::tempCH1, 2500 + 100 * range);
         cam.init(1000, b.info(), 0.9f, 0.0f);
-        cam.realFrame(px.data(), px.size(), b.info(), 0.9f, 0.0f, out.data(), *table);
-        for (size_t i = 0; i < px.size(); ++i) {
-            const float want = cam.real(px[i], b.info(), 0.9f, 0.0f);
-            ASSERT_EQ(std::memcmp(&out[i], &want, sizeof want), 0) << "pixel " << i << " range " << range;
+        for (int32_t threads : {1, 2, 3}) {
+            std::fill(out.begin(), out.end(), -1.0f);
+            ASSERT_TRUE(cam.realFrame(px, b.info(), 0.9f, 0.0f, out, *table, threads));
+            for (size_t i = 0; i < px.size(); ++i) {
+                const float want = cam.real(px[i], b.info(), 0.9f, 0.0f);
+                ASSERT_EQ(std::memcmp(&out[i], &want, sizeof want), 0)
+                    << "pixel " << i << " range " << range << " threads " << threads;
+            }
         }
     }
 }
@@ -49,7 +53,6 @@ INSTANTIATE_TEST_SUITE_P(CalTypes, FrameTable, ::testing::Values(12, 21, 22, 54,
 
 TEST(FrameTableC, MatchesRealThroughTheCEntryAndRefusesNulls) {
     auto table = std::make_unique<KalviroFrameTable>();
-    std::memset(table.get(), 0, sizeof *table);
     test::Block b = test::workedBlockRange2();
     KALVIRO_Gray2Temp_Init(20, 1000, b.info(), 0.95f, 0.0f);
     Gray2TempFn fn = KALVIRO_Gray2Temp_Real_GET(20);

@@ -89,7 +89,7 @@ py::array PyCamera::convert(py::handle image, py::handle block, float emissivity
     {
         py::gil_scoped_release released;
         std::lock_guard<std::mutex> lock(mutex_);
-        if (!table_) table_ = std::make_unique<KalviroFrameTable>();  // zeroed
+        if (!table_) table_ = std::make_unique<KalviroFrameTable>();
         const uint16_t* pixels = img.pixels(scratch_);
         const int32_t first = img.count() != 0 ? pixels[0] : 0;
         camera_.init(first, b.info(), emissivity, distance);

@@ -1,9 +1,10 @@
 // The one dispatch: a CalType's family decides which engine runs its
 // per-frame stage, its per-pixel stage and its result form.
 #include <array>
+#include <type_traits>
 #include <utility>
 
-#include "api/frame_table.hpp"
+#include "api/frame.hpp"
 #include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "direct/pixel.hpp"
@@ -113,11 +114,24 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
     return convertReal(m, st, block, gray, emissivity, distance);
 }
 
+namespace {
+
+// A span of the table through the family's kernel.
+template <typename Plan>
+void buildSpan(const void* ctx, int32_t first, int32_t count, float* out) {
+    const Plan& plan = *static_cast<const Plan*>(ctx);
+    for (int32_t i = 0; i < count; ++i) out[i] = pixelDegrees(plan, first + i);
+}
+
+}  // namespace
+
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
-                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table) {
+                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
+                  int32_t threads) {
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
-        frameThrough([&plan](int32_t g) { return pixelDegrees(plan, g); }, pixels, count, out, table);
+        using Plan = std::decay_t<decltype(plan)>;
+        frameThrough(SpanBuilder{buildSpan<Plan>, &plan}, pixels, count, out, table, threads);
     });
 }
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "api/frame_table.hpp"
+#include "api/frame.hpp"
 #include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "kalviro.h"
@@ -129,22 +129,47 @@ int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin,
 
 }  // extern "C"
 
-extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
-                                         uint64_t count, float emissivity, float distance, float* out,
-                                         KalviroFrameTable* table) {
+namespace {
+
+// A function that is no CalType's own: called once for each gray value.
+struct Foreign {
+    Gray2TempFn fn;
+    TempFrameInfo* block;
+    float emissivity, distance;
+
+    static void build(const void* ctx, int32_t first, int32_t count, float* out) {
+        const Foreign& f = *static_cast<const Foreign*>(ctx);
+        for (int32_t i = 0; i < count; ++i) out[i] = f.fn(first + i, f.block, f.emissivity, f.distance);
+    }
+};
+
+}  // namespace
+
+extern "C" int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
+                                                 uint64_t count, float emissivity, float distance, float* out,
+                                                 KalviroFrameTable* table, int32_t threads) {
     if (fn == nullptr || block == nullptr || table == nullptr ||
         (count != 0 && (pixels == nullptr || out == nullptr)) || !kalviro::frameFits(pixels, count, out)) {
         return -1;
     }
     // A CalType's own per-pixel function runs as a plan for the frame and a
-    // kernel per gray value; any other function is called per gray value.
+    // kernel for the gray values; any other function is called for each.
     if (const CalTypeEntry* e = entryOfReal(fn)) {
         const int index = kalviro::listIndex(e->calType);
         kalviro::convertFrame(kalviro::moduleAt(index), kalviro::processState(index), block, pixels, count,
-                              emissivity, distance, out, *table);
+                              emissivity, distance, out, *table, threads);
         return 0;
     }
-    kalviro::frameThrough([&](int32_t g) { return fn(g, block, emissivity, distance); }, pixels, count, out,
-                          *table);
+    const Foreign foreign{fn, block, emissivity, distance};
+    kalviro::frameThrough(kalviro::SpanBuilder{Foreign::build, &foreign}, pixels, count, out, *table,
+                          threads);
     return 0;
 }
+
+extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
+                                         uint64_t count, float emissivity, float distance, float* out,
+                                         KalviroFrameTable* table) {
+    return kalviro_convert_frame_threads(fn, block, pixels, count, emissivity, distance, out, table, 1);
+}
+
+extern "C" const char* kalviro_lanes(void) { return "scalar"; }

@@ -53,9 +53,11 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
                   float distance);
 
 // The per-pixel call on a whole frame: the family's plan once, then its
-// kernel for each distinct gray value. Bit for bit what convertReal gives.
+// kernel for each gray value of the frame's span, on up to `threads`
+// threads. Bit for bit what convertReal gives.
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
-                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table);
+                  uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
+                  int32_t threads);
 
 // The inverse search on the CalType's per-pixel call, its plan taken once.
 int32_t searchGray(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t tempMin,
