@@ -1,6 +1,8 @@
 #include "core/atmosphere.hpp"
 
 #include "core/block.hpp"
+#include "core/lanes.hpp"
+#include "core/pixel_stages.hpp"
 #include "kalviro.h"
 
 namespace kalviro {
@@ -46,12 +48,7 @@ double pixelAirExp(const uint8_t* block, float distance, float B3) {
     return myexp(-static_cast<double>(u));
 }
 
-float airCorrection(float T, float air, double e, float A3) {
-    const float d = T - air;
-    return static_cast<float>(
-        (((1.0 - e * static_cast<double>(A3)) * static_cast<double>(d)) / static_cast<double>(1.0f - A3)) +
-        static_cast<double>(air));
-}
+float airCorrection(float T, float air, double e, float A3) { return airCorrection<Scalar>(T, air, e, A3); }
 
 float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3) {
     return airCorrection(T, air, pixelAirExp(block, distance, B3), A3);

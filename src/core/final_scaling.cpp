@@ -2,7 +2,9 @@
 
 #include "core/block.hpp"
 #include "core/emissivity.hpp"
+#include "core/lanes.hpp"
 #include "core/numeric.hpp"
+#include "core/pixel_stages.hpp"
 
 namespace kalviro {
 
@@ -33,13 +35,7 @@ float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block
 }
 
 float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float offset) {
-    const float t = (Tc * 100.0f) / 100.0f;
-    if (f.form == Emissivity::Polynomial) {
-        const double H = (static_cast<double>(gain) * (static_cast<double>(t) - 20.0)) / 100.0;
-        return static_cast<float>(H * static_cast<double>(f.E)) * 100.0f + 2000.0f + offset;
-    }
-    const float u = (((t - air) * static_cast<float>(gain)) / 100.0f * static_cast<float>(f.K)) / 1000.0f;
-    return (air * 100.0f + u * 100.0f) + offset;
+    return scalePixel<Scalar>(Tc, f, air, gain, offset);
 }
 
 float distanceRise(float F, const uint8_t* block) {
@@ -47,16 +43,7 @@ float distanceRise(float F, const uint8_t* block) {
                           static_cast<double>(get(block, field::distance)) / 100.0);
 }
 
-float distanceRiseAt(float F, int32_t range, double D) {
-    const double P = static_cast<double>(F / 100.0f);
-    if (range == 2 && D >= 8.0) {
-        return static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 8.0) * 0.25 * P) / 100.0 * 0.6));
-    }
-    if (range == 3 && D >= 4.0) {
-        return static_cast<float>(static_cast<double>(F) + 100.0 * (((D - 4.0) * 0.25 * P) / 110.0));
-    }
-    return F;
-}
+float distanceRiseAt(float F, int32_t range, double D) { return distanceRiseAt<Scalar>(F, range, D); }
 
 int32_t distanceBoost(float F, const uint8_t* block) { return toInt(distanceRise(F, block)); }
 

@@ -4,8 +4,9 @@
 #include "core/block.hpp"
 #include "core/four_range.hpp"
 #include "core/frame.hpp"
+#include "core/lanes.hpp"
 #include "core/numeric.hpp"
-#include "core/segment_table.hpp"
+#include "direct/pixel_kernel.hpp"
 
 namespace kalviro::direct {
 namespace {
@@ -72,23 +73,6 @@ PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block
     return p;
 }
 
-float pixelHundredths(const PixelPlan& p, int32_t gray) {
-    const float gf = static_cast<float>(wrapAdd(wrapSub(gray, p.grayRef), p.grayBias));
-    const int32_t v = p.unknownRange ? 0 : wrapAdd(toInt((gf - p.constB) + p.constR), p.drift);
-    float T = segmentLookup(p.rows, p.rowCount, static_cast<float>(v), RowTest::OpenClosed);
-    if (p.percentRow != 0) T = segmentTemp(p.rows[p.percentRow], static_cast<float>(v));
-
-    const float Tc = airCorrection(T, p.air, p.airExp, p.A3);
-    const float F = scalePixel(Tc, p.factor, p.air, p.gain, p.offset);
-    switch (p.end) {
-        case PixelEnd::Truncate: return static_cast<float>(toInt(F));
-        case PixelEnd::Boost: return static_cast<float>(toInt(distanceRiseAt(F, p.range, p.distanceM)));
-        case PixelEnd::LongPlain: return F;
-        case PixelEnd::LongWindow: return F / p.window - (p.air * (1.0f - p.window)) * 100.0f;
-        case PixelEnd::Window:
-            return static_cast<float>(toInt(F / p.window - (p.air * (1.0f - p.window)) * 100.0f));
-    }
-    return F;
-}
+float pixelHundredths(const PixelPlan& p, int32_t gray) { return pixelHundredths<Scalar>(p, gray); }
 
 }  // namespace kalviro::direct

@@ -6,8 +6,10 @@
 
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
+#include "core/lanes.hpp"
 #include "kalviro.h"
 #include "ladder/pipeline.hpp"
+#include "ladder/pixel_kernel.hpp"
 
 namespace kalviro::ladder {
 namespace {
@@ -79,14 +81,6 @@ Row noLensRow(int32_t range, float D) {
     return below12 ? near(-3, 3) : D < 3.0f ? down(3, 250) : up(3, 500);
 }
 
-// airTerm V(x), given the exponential of x.
-float airTerm(double expX, const AirPlan& p, float rawTemp) {
-    return static_cast<float>(
-        ((1.0 - expX * static_cast<double>(p.A3)) * static_cast<double>(rawTemp - p.air)) /
-            static_cast<double>(1.0f - p.A3) +
-        static_cast<double>(p.air));
-}
-
 }  // namespace
 
 AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float airBase, float distance) {
@@ -149,23 +143,6 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
     return p;
 }
 
-float airApply(const AirPlan& p, float rawTemp) {
-    if (p.rule == Rule::Near) return airTerm(p.expNear, p, rawTemp);
-    const float V0 = airTerm(p.expK0, p, rawTemp);
-    const double v = V0;
-    const double D = p.D;
-    const float a = static_cast<float>(p.a);
-    switch (p.rule) {
-        case Rule::Base:
-        case Rule::Near: return V0;
-        case Rule::Lin: return static_cast<float>(((D - p.a) * v) / p.b + v);
-        case Rule::LinByV0: return static_cast<float>(((D - p.a) * v) / (V0 < 50.0f ? p.b : p.b2) + v);
-        case Rule::Up: return static_cast<float>(static_cast<double>((p.D - a) * V0) / p.b + v);
-        case Rule::Down: return static_cast<float>(static_cast<double>((a - p.D) * V0) / p.b + v);
-        // A difference of metres added to degrees as it stands.
-        case Rule::Add: return (a - p.D) + V0;
-    }
-    return V0;
-}
+float airApply(const AirPlan& p, float rawTemp) { return airApply<Scalar>(p, rawTemp); }
 
 }  // namespace kalviro::ladder

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "core/lanes.hpp"
+
 namespace kalviro::ladder {
 namespace {
 
@@ -110,6 +112,8 @@ float ladderFactor(float emissivity, double x, float baseTemp) {
     while (bin < kEdges && !(x <= edgeOf(bin, baseTemp))) ++bin;
     return polynomial(rowFor(emissivity, bin), emissivity);
 }
+
+float LadderPlan::factorAt(double x) const { return ladder::factorAt<Scalar>(*this, x); }
 
 LadderPlan ladderPlan(float emissivity, float baseTemp) {
     LadderPlan plan{};

@@ -33,13 +33,18 @@ struct LadderPlan {
     double edge[kEdges];
     float factor[kBins];
 
-    float factorAt(double x) const {
-        for (int bin = 0; bin < kEdges; ++bin) {
-            if (x <= edge[bin]) return factor[bin];
-        }
-        return factor[kEdges];
-    }
+    float factorAt(double x) const;
 };
+
+// The factor of the first bin whose edge x does not pass, lane by lane.
+template <class L>
+typename L::F factorAt(const LadderPlan& plan, typename L::D x) {
+    auto f = L::splat(static_cast<double>(plan.factor[kEdges]));
+    for (int bin = kEdges - 1; bin >= 0; --bin) {
+        f = L::selectWide(x <= plan.edge[bin], L::splat(static_cast<double>(plan.factor[bin])), f);
+    }
+    return L::narrow(f);
+}
 
 LadderPlan ladderPlan(float emissivity, float baseTemp);
 

@@ -5,43 +5,12 @@
 #include "core/final_scaling.hpp"
 #include "core/four_range.hpp"
 #include "core/frame.hpp"
+#include "core/lanes.hpp"
 #include "core/numeric.hpp"
-#include "core/segment_table.hpp"
+#include "ladder/pixel_kernel.hpp"
 
 namespace kalviro::ladder {
 namespace {
-
-// The stretch of gray variants B and D: above a threshold the gray value is
-// scaled up by gain * (g0 - low) / (high - low).
-float stretched(const PixelPlan& p, float g0) {
-    return g0 * ((p.stretchGain * (g0 - p.stretchLow)) / (p.stretchHigh - p.stretchLow) + 1.0f);
-}
-
-// The lookup value v of the per-pixel call.
-float grayValue(const PixelPlan& p, int32_t gray) {
-    const float g0 = static_cast<float>(wrapAdd(wrapSub(gray, p.grayRef), p.grayBias));
-    switch (p.variant) {
-        case GrayVariant::Standard: break;
-        case GrayVariant::A:
-            // 61, 62: the camera's drift joins; an unknown range looks up 0.
-            if (p.range < 2 || p.range > 5) return 0.0f;
-            break;
-        case GrayVariant::C:
-            // 92 adds const_b in tempRange 2 and 3.
-            if (p.range == 2 || p.range == 3) {
-                return static_cast<float>(wrapAdd(toInt((g0 + p.constB) + p.constR), p.constD));
-            }
-            break;
-        case GrayVariant::D:
-            if (p.range == 4) return static_cast<float>(wrapAdd(toInt(g0 + p.constR), p.constD));
-            [[fallthrough]];
-        case GrayVariant::B: {
-            const float s = p.stretch && g0 > p.stretchAbove ? stretched(p, g0) : g0;
-            return static_cast<float>(wrapAdd(toInt((s - p.constB) + p.constR), p.constD));
-        }
-    }
-    return static_cast<float>(wrapAdd(toInt((g0 - p.constB) + p.constR), p.constD));
-}
 
 // Which curve points and gain stretch the gray value in variants B and D;
 // 83's tempRange 3 stretches only while tempCH5 is below 20 degrees, by a
@@ -130,59 +99,12 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
     p.distanceM = static_cast<double>(get(block, field::distance)) / 100.0;
     p.window = windowOf(m, block, p.range);
     p.windowC = airStatic(m.pixel.windowC, st);
-    p.trimA = get(block, field::envTemp) / 100;
-    p.trimB = get(block, field::auxGate) / 100;
+    p.trimRow = p.final == Final::Trim ? trimRowFor(get(block, field::envTemp) / 100,
+                                                    get(block, field::auxGate) / 100, emissivity)
+                                       : nullptr;
     return p;
 }
 
-float pixelDegrees(const PixelPlan& p, int32_t gray) {
-    const float v = grayValue(p, gray);
-    float raw = 0.0f;
-    bool matched = false;
-    for (int i = 0; i < p.rowCount && !matched; ++i) {
-        const TempSegment& r = p.rows[i];
-        if (r.grayLow < v && v <= r.grayHigh) {
-            raw = segmentTemp(r, v);
-            matched = true;
-        }
-    }
-    if (!matched && p.percentRow != 0) raw = segmentTemp(p.rows[p.percentRow], v);
-    const float apparent = airApply(p.air, raw);
-
-    // The ladder sees the apparent temperature through hundredths, uncut.
-    const double x = static_cast<double>(apparent * 100.0f) / 100.0;
-    const float g = p.eager ? p.ladder.factorAt(x) : ladderFactor(p.emissivity, x, p.baseTemp);
-    const float af = (apparent * 100.0f) / 100.0f;
-    const float base = p.baseTemp;
-
-    if (p.final == Final::Trim) {
-        const float X = ((g * (((af - base) * p.gain) / 100.0f)) * 100.0f + base * 100.0f) / 100.0f;
-        return static_cast<float>(trimTable(X, p)) / 100.0f;
-    }
-    float V;
-    if (p.final == Final::LongFixed) {
-        // 121 scales about a fixed 20 degrees; its bins still follow tempCH1.
-        const float h =
-            static_cast<float>(((static_cast<double>(p.gain) * (static_cast<double>(af) - 20.0)) / 100.0) *
-                               static_cast<double>(g));
-        V = (h * 100.0f + 2000.0f) + p.offset;
-    } else {
-        V = (base * 100.0f + (((p.gain * (af - base)) / 100.0f) * g) * 100.0f) + p.offset;
-    }
-    if (p.distanceGain) V = distanceRiseAt(V, p.range, p.distanceM);
-
-    const float W = p.window;
-    int32_t h = 0;
-    switch (p.final) {
-        case Final::Plain: h = toInt(V); break;
-        case Final::Window: h = toInt(V / W - 100.0f * (p.windowC * (1.0f - W))); break;
-        case Final::WindowTableCH: h = windowTableCH(V, base, W, p.windowC); break;
-        case Final::WindowTableSelf: h = windowTableSelf(V, base, W); break;
-        case Final::LongBase:
-        case Final::LongFixed: return (V / W - (p.windowC * (1.0f - W)) * 100.0f) / 100.0f;
-        case Final::Trim: break;
-    }
-    return static_cast<float>(h) / 100.0f;
-}
+float pixelDegrees(const PixelPlan& p, int32_t gray) { return pixelDegrees<Scalar>(p, gray); }
 
 }  // namespace kalviro::ladder

@@ -9,6 +9,7 @@
 #include "core/state.hpp"
 #include "ladder/emiss_ladder.hpp"
 #include "ladder/member.hpp"
+#include "ladder/trim_table.hpp"
 
 namespace kalviro::ladder {
 
@@ -53,7 +54,7 @@ struct PixelPlan {
     float window;      // windowFactor
     float windowC;     // the static of the window term
     float emissivity;
-    int32_t trimA, trimB;  // envTemp / 100, auxGate / 100
+    const TrimRow* trimRow;  // null: no trim
 };
 
 // A plan for many gray values (eager) evaluates the ladder's polynomial of
@@ -62,7 +63,8 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
                     float distance, bool eager);
 
 // The per-pixel result in degrees: hundredths divided by 100 in single
-// precision, or in the long layout the unquantised value.
+// precision, or in the long layout the unquantised value (pixel_kernel.hpp
+// on one lane).
 float pixelDegrees(const PixelPlan& plan, int32_t gray);
 
 // The atmosphere plan of a member's form (atmosphere.cpp).

@@ -1,15 +1,10 @@
-// trimTable: a multiplicative trim of the final temperature by the band of
-// envTemp and auxGate, the emissivity row and five temperature steps.
-#include "core/numeric.hpp"
+#include "ladder/trim_table.hpp"
+
+#include "core/lanes.hpp"
 #include "ladder/pipeline.hpp"
 
 namespace kalviro::ladder {
 namespace {
-
-struct TrimRow {
-    float t[4];  // rising thresholds, whole degrees
-    double f[5];
-};
 
 // clang-format off
 // Bands in the order (a <= 22, b <= 149), (a <= 22, b > 149), (a > 22,
@@ -45,14 +40,12 @@ int emissivityRow(float e) {
 
 }  // namespace
 
-int32_t trimTable(float X, const PixelPlan& p) {
-    if (p.trimB <= 29 || p.emissivity == 1.0f) return toInt(X * 100.0f + p.offset);
-    const int band = (p.trimA <= 22 ? 0 : 2) + (p.trimB <= 149 ? 0 : 1);
-    const TrimRow& row = kTrim[band][emissivityRow(p.emissivity)];
-    int step = 0;
-    while (step < 4 && !(X < row.t[step])) ++step;
-    const float trimmed = static_cast<float>(static_cast<double>(X) * row.f[step]);
-    return toInt(trimmed * 100.0f + p.offset);
+const TrimRow* trimRowFor(int32_t a, int32_t b, float emissivity) {
+    if (b <= 29 || emissivity == 1.0f) return nullptr;
+    const int band = (a <= 22 ? 0 : 2) + (b <= 149 ? 0 : 1);
+    return &kTrim[band][emissivityRow(emissivity)];
 }
+
+int32_t trimTable(float X, const PixelPlan& p) { return trimTable<Scalar>(X, p.trimRow, p.offset); }
 
 }  // namespace kalviro::ladder

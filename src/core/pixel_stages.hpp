@@ -1,0 +1,76 @@
+// The per-pixel stages both families share, over lanes (core/lanes.hpp):
+// segment lookup, atmospheric correction, final scaling and the distance
+// rise. The scalar functions of segment_table.hpp, atmosphere.hpp and
+// final_scaling.hpp are these on one lane.
+#pragma once
+
+#include <cstdint>
+
+#include "core/final_scaling.hpp"
+#include "kalviro.h"
+
+namespace kalviro {
+
+// The raw temperature of v through the first row, in order, that holds it
+// (grayLow < v <= grayHigh), or through `fallback` when none does; 0.0 when
+// none does and there is no fallback. The row's parameters are picked per
+// lane, then the row's formula runs once.
+template <class L>
+typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, typename L::F v,
+                                      const TempSegment* fallback) {
+    using M = typename L::M;
+    const TempSegment none{0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+    const TempSegment& first = fallback != nullptr ? *fallback : none;
+    auto grayBase = L::splat(first.grayBase), graySlope = L::splat(first.graySlope);
+    auto tempBase = L::splat(first.tempBase);
+    M found = L::none();
+    for (int i = 0; i < count; ++i) {
+        const TempSegment& r = rows[i];
+        const M holds = L::both(L::both(r.grayLow < v, v <= r.grayHigh), L::no(found));
+        grayBase = L::select(holds, L::splat(r.grayBase), grayBase);
+        graySlope = L::select(holds, L::splat(r.graySlope), graySlope);
+        tempBase = L::select(holds, L::splat(r.tempBase), tempBase);
+        found = L::either(found, holds);
+    }
+    const auto T = (v - grayBase) / graySlope + tempBase;
+    if (fallback != nullptr) return T;
+    return L::select(found, T, L::splat(0.0f));
+}
+
+// The row's formula applied whether or not the row holds v.
+template <class L>
+typename L::F segmentTemp(const TempSegment& r, typename L::F v) {
+    return (v - r.grayBase) / r.graySlope + r.tempBase;
+}
+
+// The per-pixel atmospheric correction with the frame's exponential e.
+template <class L>
+typename L::F airCorrection(typename L::F T, float air, double e, float A3) {
+    const auto d = T - air;
+    return L::narrow((((1.0 - e * static_cast<double>(A3)) * L::widen(d)) / static_cast<double>(1.0f - A3)) +
+                     static_cast<double>(air));
+}
+
+// Final scaling of the per-pixel call: hundredths as a float, tempOffset in.
+template <class L>
+typename L::F scalePixel(typename L::F Tc, const EmissFactor& f, float air, int32_t gain, float offset) {
+    const auto t = (Tc * 100.0f) / 100.0f;
+    if (f.form == Emissivity::Polynomial) {
+        const auto H = (static_cast<double>(gain) * (L::widen(t) - 20.0)) / 100.0;
+        return L::narrow(H * static_cast<double>(f.E)) * 100.0f + 2000.0f + offset;
+    }
+    const auto u = (((t - air) * static_cast<float>(gain)) / 100.0f * static_cast<float>(f.K)) / 1000.0f;
+    return (air * 100.0f + u * 100.0f) + offset;
+}
+
+// The distance rise: from 8 m in tempRange 2, from 4 m in 3, none else.
+template <class L>
+typename L::F distanceRiseAt(typename L::F F, int32_t range, double D) {
+    const auto P = L::widen(F / 100.0f);
+    if (range == 2 && D >= 8.0)
+        return L::narrow(L::widen(F) + 100.0 * ((((D - 8.0) * 0.25) * P) / 100.0 * 0.6));
+    if (range == 3 && D >= 4.0) return L::narrow(L::widen(F) + 100.0 * ((((D - 4.0) * 0.25) * P) / 110.0));
+    return F;
+}
+
+}  // namespace kalviro
