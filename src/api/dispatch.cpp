@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "api/frame.hpp"
+#include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "api/temp2gray.hpp"
 #include "direct/pixel.hpp"
@@ -116,14 +117,29 @@ float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 
 namespace {
 
-// A span of the table through the family's kernel.
+void buildWith(const LaneBuilders& set, const direct::PixelPlan& plan, int32_t first, int32_t count,
+               float* out) {
+    set.direct(plan, first, count, out);
+}
+void buildWith(const LaneBuilders& set, const ladder::PixelPlan& plan, int32_t first, int32_t count,
+               float* out) {
+    set.ladder(plan, first, count, out);
+}
+
+// A span of the table through the family's kernel on the widest lanes.
 template <typename Plan>
 void buildSpan(const void* ctx, int32_t first, int32_t count, float* out) {
-    const Plan& plan = *static_cast<const Plan*>(ctx);
-    for (int32_t i = 0; i < count; ++i) out[i] = pixelDegrees(plan, first + i);
+    buildWith(laneBuilders(), *static_cast<const Plan*>(ctx), first, count, out);
 }
 
 }  // namespace
+
+void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
+                float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out) {
+    if (block == nullptr) return;
+    withPlan(m, st, bytes(block), emissivity, distance, true,
+             [&](const auto& plan) { buildWith(set, plan, first, count, out); });
+}
 
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,

@@ -171,5 +171,3 @@ extern "C" int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo* block, c
                                          KalviroFrameTable* table) {
     return kalviro_convert_frame_threads(fn, block, pixels, count, emissivity, distance, out, table, 1);
 }
-
-extern "C" const char* kalviro_lanes(void) { return "scalar"; }

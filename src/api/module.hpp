@@ -59,6 +59,12 @@ void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* bloc
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
                   int32_t threads);
 
+// Entries [first, first + count) of a frame's table through the given
+// builders: the kernel on that set's lanes.
+struct LaneBuilders;
+void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
+                float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out);
+
 // The inverse search on the CalType's per-pixel call, its plan taken once.
 int32_t searchGray(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t tempMin,
                    int32_t tempMax, int32_t grayMin, int32_t grayMax, int32_t target, float emissivity);

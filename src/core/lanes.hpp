@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "core/numeric.hpp"
 
@@ -53,6 +54,7 @@ struct Scalar {
     static D select(M m, D a, D b) { return m ? a : b; }
     static I select(M m, I a, I b) { return m ? a : b; }
     static D selectWide(MD m, D a, D b) { return m ? a : b; }
+    static MD atMost(D x, double bound) { return x <= bound; }
     static M both(M a, M b) { return a && b; }
     static M either(M a, M b) { return a || b; }
     static M no(M a) { return !a; }
@@ -76,71 +78,127 @@ struct VectorTypes;
         typedef int32_t I __attribute__((vector_size(4 * W)));  \
         typedef uint32_t U __attribute__((vector_size(4 * W))); \
     };
+KALVIRO_VECTOR_TYPES(2)
 KALVIRO_VECTOR_TYPES(4)
 KALVIRO_VECTOR_TYPES(8)
 KALVIRO_VECTOR_TYPES(16)
 #undef KALVIRO_VECTOR_TYPES
+
+// W floats fill one of the processor's registers; their doubles fill two,
+// and GCC takes a vector wider than a register apart lane by lane in
+// comparisons and broadcasts. So doubles are a pair of halves, each an
+// ordinary vector of W / 2.
+template <int W>
+struct DoublePair {
+    using H = typename VectorTypes<W / 2>::D;
+    H lo, hi;
+
+#define KALVIRO_PAIR_OPERATOR(op)                                                                      \
+    friend DoublePair operator op(DoublePair a, DoublePair b) { return {a.lo op b.lo, a.hi op b.hi}; } \
+    friend DoublePair operator op(DoublePair a, double b) { return {a.lo op b, a.hi op b}; }           \
+    friend DoublePair operator op(double a, DoublePair b) { return {a op b.lo, a op b.hi}; }
+    KALVIRO_PAIR_OPERATOR(+)
+    KALVIRO_PAIR_OPERATOR(-)
+    KALVIRO_PAIR_OPERATOR(*)
+    KALVIRO_PAIR_OPERATOR(/)
+#undef KALVIRO_PAIR_OPERATOR
+};
 
 // W lanes. Tag keeps the instantiations of each instruction set apart, so
 // that none compiled for a wider set stands in for another at link time.
 template <int W, typename Tag>
 struct Vector {
     static constexpr int N = W;
+    using Lanes = std::make_index_sequence<W>;
+    using Halves = std::make_index_sequence<W / 2>;
     using F = typename VectorTypes<W>::F;
-    using D = typename VectorTypes<W>::D;
     using I = typename VectorTypes<W>::I;
     using U = typename VectorTypes<W>::U;
     using M = decltype(F{} < F{});
-    using MD = decltype(D{} < D{});
+    using D = DoublePair<W>;
+    using H = typename D::H;
+    using HM = decltype(H{} < H{});
+    struct MD {
+        HM lo, hi;
+    };
 
-    static F splat(float x) {
-        F v;
-        for (int k = 0; k < W; ++k) v[k] = x;
-        return v;
+    template <typename V, typename T, size_t... K>
+    static V spread(T x, std::index_sequence<K...>) {
+        return V{((void)K, x)...};
     }
-    static D splat(double x) {
-        D v;
-        for (int k = 0; k < W; ++k) v[k] = x;
-        return v;
+    template <size_t... K>
+    static I counting(std::index_sequence<K...>) {
+        return I{static_cast<int32_t>(K)...};
     }
-    static I splat(int32_t x) {
-        I v;
-        for (int k = 0; k < W; ++k) v[k] = x;
-        return v;
+    // The low and high half of a vector of W lanes, and two halves joined.
+    template <typename V, size_t... K>
+    static auto low(V x, std::index_sequence<K...>) {
+        return __builtin_shufflevector(x, x, K...);
     }
+    template <typename V, size_t... K>
+    static auto high(V x, std::index_sequence<K...>) {
+        return __builtin_shufflevector(x, x, (K + W / 2)...);
+    }
+    template <typename V, size_t... K>
+    static auto join(V lo, V hi, std::index_sequence<K...>) {
+        return __builtin_shufflevector(lo, hi, K...);
+    }
+
+    static F splat(float x) { return spread<F>(x, Lanes{}); }
+    static D splat(double x) { return {spread<H>(x, Halves{}), spread<H>(x, Halves{})}; }
+    static I splat(int32_t x) { return spread<I>(x, Lanes{}); }
     static M none() { return M{}; }
-    static I iota(int32_t first) {
-        I v;
-        for (int k = 0; k < W; ++k) v[k] = first + k;
-        return v;
-    }
+    static I iota(int32_t first) { return add(splat(first), counting(Lanes{})); }
 
-    static D widen(F x) { return __builtin_convertvector(x, D); }
-    static F narrow(D x) { return __builtin_convertvector(x, F); }
+    static D widen(F x) {
+        return {__builtin_convertvector(low(x, Halves{}), H), __builtin_convertvector(high(x, Halves{}), H)};
+    }
+    static F narrow(D x) {
+        using HF = typename VectorTypes<W / 2>::F;
+        return join(__builtin_convertvector(x.lo, HF), __builtin_convertvector(x.hi, HF), Lanes{});
+    }
     static F toFloat(I x) { return __builtin_convertvector(x, F); }
     // toInt of every lane: out of range and NaN give INT32_MIN.
     static I toInt(F x) {
         const M ok = (x >= -2147483648.0f) & (x < 2147483648.0f);
-        const I t = __builtin_convertvector(ok ? x : F{}, I);
-        return ok ? t : splat(INT32_MIN);
+        const I t = __builtin_convertvector(select(ok, x, F{}), I);
+        return select(ok, t, splat(INT32_MIN));
     }
     static I toInt(D x) {
-        const MD ok = (x > -2147483649.0) & (x < 2147483648.0);
-        const I t = __builtin_convertvector(ok ? x : D{}, I);
-        return narrowMask(ok) ? t : splat(INT32_MIN);
+        using HI = typename VectorTypes<W / 2>::I;
+        const MD ok{(x.lo > -2147483649.0) & (x.lo < 2147483648.0),
+                    (x.hi > -2147483649.0) & (x.hi < 2147483648.0)};
+        const D safe = selectWide(ok, x, splat(0.0));
+        const I t = join(__builtin_convertvector(safe.lo, HI), __builtin_convertvector(safe.hi, HI), Lanes{});
+        return select(narrowMask(ok), t, splat(INT32_MIN));
     }
     static I add(I a, I b) { return reinterpret_cast<I>(reinterpret_cast<U>(a) + reinterpret_cast<U>(b)); }
     static I sub(I a, I b) { return reinterpret_cast<I>(reinterpret_cast<U>(a) - reinterpret_cast<U>(b)); }
 
-    static F select(M m, F a, F b) { return m ? a : b; }
-    static D select(M m, D a, D b) { return wideMask(m) ? a : b; }
-    static I select(M m, I a, I b) { return m ? a : b; }
-    static D selectWide(MD m, D a, D b) { return m ? a : b; }
+    // Selects are bitwise, on masks of all ones or all zeros per lane.
+    static I select(M m, I a, I b) { return (a & m) | (b & ~m); }
+    static F select(M m, F a, F b) {
+        return reinterpret_cast<F>(select(m, reinterpret_cast<I>(a), reinterpret_cast<I>(b)));
+    }
+    static D select(M m, D a, D b) { return selectWide(wideMask(m), a, b); }
+    static H selectHalf(HM m, H a, H b) {
+        return reinterpret_cast<H>((reinterpret_cast<HM>(a) & m) | (reinterpret_cast<HM>(b) & ~m));
+    }
+    static D selectWide(MD m, D a, D b) {
+        return {selectHalf(m.lo, a.lo, b.lo), selectHalf(m.hi, a.hi, b.hi)};
+    }
     static M both(M a, M b) { return a & b; }
     static M either(M a, M b) { return a | b; }
     static M no(M a) { return ~a; }
-    static M narrowMask(MD m) { return __builtin_convertvector(m, M); }
-    static MD wideMask(M m) { return __builtin_convertvector(m, MD); }
+    static MD atMost(D x, double bound) { return {x.lo <= bound, x.hi <= bound}; }
+    static M narrowMask(MD m) {
+        using HI = typename VectorTypes<W / 2>::I;
+        return join(__builtin_convertvector(m.lo, HI), __builtin_convertvector(m.hi, HI), Lanes{});
+    }
+    static MD wideMask(M m) {
+        return {__builtin_convertvector(low(m, Halves{}), HM),
+                __builtin_convertvector(high(m, Halves{}), HM)};
+    }
 
     // The first count lanes (all when count >= W).
     static void store(float* out, F x, int count) {

@@ -1,8 +1,7 @@
 #include "ladder/emiss_ladder.hpp"
 
 #include <cmath>
-
-#include "core/lanes.hpp"
+#include <limits>
 
 namespace kalviro::ladder {
 namespace {
@@ -105,6 +104,19 @@ float polynomial(const EmissLadderRow& row, float emissivity) {
     return static_cast<float>(sum);
 }
 
+// The largest float q with (double)q / 100.0 <= edge: from a neighbour of
+// edge * 100 a few steps to the boundary. -inf always qualifies when edge is
+// not NaN; NaN qualifies nothing, and no float is <= NaN.
+float hundredthsThreshold(double edge) {
+    if (std::isnan(edge)) return std::numeric_limits<float>::quiet_NaN();
+    const auto holds = [edge](float q) { return static_cast<double>(q) / 100.0 <= edge; };
+    constexpr float inf = std::numeric_limits<float>::infinity();
+    float t = static_cast<float>(edge * 100.0);
+    while (!holds(t)) t = std::nextafter(t, -inf);
+    while (t < inf && holds(std::nextafter(t, inf))) t = std::nextafter(t, inf);
+    return t;
+}
+
 }  // namespace
 
 float ladderFactor(float emissivity, double x, float baseTemp) {
@@ -113,11 +125,18 @@ float ladderFactor(float emissivity, double x, float baseTemp) {
     return polynomial(rowFor(emissivity, bin), emissivity);
 }
 
-float LadderPlan::factorAt(double x) const { return ladder::factorAt<Scalar>(*this, x); }
+float LadderPlan::factorAt(double x) const {
+    int bin = 0;
+    while (bin < kEdges && !(x <= edge[bin])) ++bin;
+    return factor[bin];
+}
 
 LadderPlan ladderPlan(float emissivity, float baseTemp) {
     LadderPlan plan{};
-    for (int bin = 0; bin < kEdges; ++bin) plan.edge[bin] = edgeOf(bin, baseTemp);
+    for (int bin = 0; bin < kEdges; ++bin) {
+        plan.edge[bin] = edgeOf(bin, baseTemp);
+        plan.qEdge[bin] = hundredthsThreshold(plan.edge[bin]);
+    }
     for (int bin = 0; bin < kBins; ++bin) plan.factor[bin] = polynomial(rowFor(emissivity, bin), emissivity);
     return plan;
 }

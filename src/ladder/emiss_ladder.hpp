@@ -29,21 +29,27 @@ float ladderFactor(float emissivity, double x, float baseTemp);
 // The ladder for one emissivity and one base temperature: the bin edges and
 // the factor of every bin, computed once for a frame. factorAt(x) is then
 // ladderFactor(emissivity, x, baseTemp) to the bit.
+//
+// The kernel compares in single precision: x is (double)q / 100.0 for the
+// apparent temperature in hundredths q, a float, and that quotient rises
+// with q, so x <= edge holds exactly for the floats q up to a threshold,
+// the largest float whose quotient is still at most the edge.
 struct LadderPlan {
     double edge[kEdges];
+    float qEdge[kEdges];  // the threshold of each edge on q
     float factor[kBins];
 
     float factorAt(double x) const;
 };
 
-// The factor of the first bin whose edge x does not pass, lane by lane.
+// The factor of the first bin whose edge the apparent temperature does not
+// pass, lane by lane, from q in hundredths.
 template <class L>
-typename L::F factorAt(const LadderPlan& plan, typename L::D x) {
-    auto f = L::splat(static_cast<double>(plan.factor[kEdges]));
-    for (int bin = kEdges - 1; bin >= 0; --bin) {
-        f = L::selectWide(x <= plan.edge[bin], L::splat(static_cast<double>(plan.factor[bin])), f);
-    }
-    return L::narrow(f);
+typename L::F factorAt(const LadderPlan& plan, typename L::F q) {
+    auto f = L::splat(plan.factor[kEdges]);
+    for (int bin = kEdges - 1; bin >= 0; --bin)
+        f = L::select(q <= plan.qEdge[bin], L::splat(plan.factor[bin]), f);
+    return f;
 }
 
 LadderPlan ladderPlan(float emissivity, float baseTemp);

@@ -76,12 +76,12 @@ typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
     const auto apparent = airApply<L>(p.air, raw);
 
     // The ladder sees the apparent temperature through hundredths, uncut.
-    const auto x = L::widen(apparent * 100.0f) / 100.0;
+    const auto q = apparent * 100.0f;
     typename L::F g;
     if constexpr (L::N == 1) {
-        g = p.eager ? factorAt<L>(p.ladder, x) : ladderFactor(p.emissivity, x, p.baseTemp);
+        g = p.eager ? factorAt<L>(p.ladder, q) : ladderFactor(p.emissivity, L::widen(q) / 100.0, p.baseTemp);
     } else {
-        g = factorAt<L>(p.ladder, x);
+        g = factorAt<L>(p.ladder, q);
     }
     const auto af = (apparent * 100.0f) / 100.0f;
     const float base = p.baseTemp;

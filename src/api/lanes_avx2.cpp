@@ -1,0 +1,15 @@
+// The frame table's builders on AVX2: 8 lanes. Compiled with -mavx2 and
+// called only where the processor has it.
+#include "api/lane_builders.hpp"
+
+#if defined(__AVX2__)
+#include "core/lanes.hpp"
+#include "direct/pixel_kernel.hpp"
+#include "ladder/pixel_kernel.hpp"
+
+KALVIRO_LANE_BUILDERS(avx2, 8)
+
+const kalviro::LaneBuilders* kalviro::avx2Builders() { return &lanes_avx2::kBuilders; }
+#else
+const kalviro::LaneBuilders* kalviro::avx2Builders() { return nullptr; }
+#endif
