@@ -10,7 +10,8 @@
  *
  * Each CalType keeps one process-wide set of statics. Per-pixel calls of one
  * CalType may run in parallel, never beside a per-frame call of that
- * CalType. The C++ header kalviro.hpp gives each camera its own set.
+ * CalType. A kalviro_camera (below), or a kalviro::Camera in C++, has a set
+ * of its own.
  *
  * Valid C99 and C++. */
 #ifndef KALVIRO_H
@@ -238,6 +239,72 @@ KALVIRO_API int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo 
                                                   const uint16_t *pixels, uint64_t count, float emissivity,
                                                   float distance, float *out, KalviroFrameTable *table,
                                                   int32_t threads);
+
+/* Cameras. A camera owns its own set of CalType statics, as a kalviro::Camera
+ * does in C++, so two cameras on one CalType need not take turns: the calls
+ * on one camera follow the rules above for one CalType (its per-pixel calls
+ * _real, _getit, _temppara, _temp2gray and _convert_frame only read and may
+ * run in parallel, never beside its _init or _once), and different cameras
+ * share nothing. A new camera starts from the statics of the freshly loaded
+ * library, as a camera switched on.
+ *
+ * A camera is a plain value: it needs no teardown beyond its memory, and a
+ * byte-wise copy (memcpy) into other memory of kalviro_camera_size() bytes at
+ * kalviro_camera_align() is a camera of its own that carries the statics
+ * along, e.g. to convert a frame on another thread while the original goes
+ * on to the next frame. */
+typedef struct kalviro_camera kalviro_camera;
+
+/* A camera on the heap; NULL for a CalType not in kalviro_table or when no
+ * memory is left. */
+KALVIRO_API kalviro_camera *kalviro_camera_create(int32_t calType);
+/* Frees a camera from kalviro_camera_create; NULL does nothing. Never for one
+ * from kalviro_camera_init. */
+KALVIRO_API void kalviro_camera_destroy(kalviro_camera *cam);
+
+/* The bytes and the alignment a camera needs: at most
+ * KALVIRO_CAMERA_SIZE_MAX bytes, aligned to 8, on every host, for memory set
+ * aside at compile time. */
+#define KALVIRO_CAMERA_SIZE_MAX 528
+KALVIRO_API size_t kalviro_camera_size(void);
+KALVIRO_API size_t kalviro_camera_align(void);
+/* A camera in the caller's memory, for callers without a heap: returns
+ * memory as the camera, or NULL with nothing written for null memory, a size
+ * below kalviro_camera_size(), an address that is no multiple of
+ * kalviro_camera_align(), or a CalType not in kalviro_table. Nothing to undo:
+ * the memory may be reused once the camera is no longer called. */
+KALVIRO_API kalviro_camera *kalviro_camera_init(void *memory, size_t size, int32_t calType);
+
+/* The CalType the camera was made for; 0 for NULL. */
+KALVIRO_API int32_t kalviro_camera_caltype(const kalviro_camera *cam);
+
+/* KALVIRO_Gray2Temp_Init, _Real and _Once on the camera's own statics; 0.0
+ * for a null camera or block. */
+KALVIRO_API float kalviro_camera_gray2temp_init(kalviro_camera *cam, int32_t gray, TempFrameInfo *block,
+                                                float emissivity, float distance);
+KALVIRO_API float kalviro_camera_gray2temp_real(const kalviro_camera *cam, int32_t gray,
+                                                const TempFrameInfo *block, float emissivity, float distance);
+KALVIRO_API float kalviro_camera_gray2temp_once(kalviro_camera *cam, int32_t gray, TempFrameInfo *block,
+                                                float emissivity, float distance);
+/* KALVIRO_GetIT: 0.0 for a CalType without a GetIT value or a null argument. */
+KALVIRO_API double kalviro_camera_getit(const kalviro_camera *cam, const TempFrameInfo *block);
+/* KALVIRO_GetTempPara: zeroes para, fills it, returns 1; 0 with para left
+ * alone for a null argument. */
+KALVIRO_API int32_t kalviro_camera_temppara(const kalviro_camera *cam, const TempFrameInfo *block,
+                                            TempPara *para);
+/* KALVIRO_Temp2Gray on the camera's per-pixel call; grayMin for a null camera
+ * or block. */
+KALVIRO_API int32_t kalviro_camera_temp2gray(const kalviro_camera *cam, const TempFrameInfo *block,
+                                             int32_t tempMin, int32_t tempMax, int32_t grayMin,
+                                             int32_t grayMax, int32_t target, float emissivity);
+/* kalviro_convert_frame_threads on the camera's per-pixel call, after its
+ * per-frame call for this block: bit for bit kalviro_camera_gray2temp_real on
+ * every pixel. Returns 0, or -1 with nothing written for a null argument or
+ * a count that would carry pixels or out past the end of the address space. */
+KALVIRO_API int32_t kalviro_camera_convert_frame(const kalviro_camera *cam, const TempFrameInfo *block,
+                                                 const uint16_t *pixels, uint64_t count, float emissivity,
+                                                 float distance, float *out, KalviroFrameTable *table,
+                                                 int32_t threads);
 
 /* The vector width the whole-frame conversion runs at on this processor:
  * "avx512" (16 lanes), "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). */

@@ -1,6 +1,7 @@
 // Replays the reference vectors bit for bit. Each sequence starts from
-// freshly loaded statics: a new Camera, or a forked child for the C entries
-// whose statics of the CalType are set back to those of a fresh load.
+// freshly loaded statics: a new Camera, a new C handle, or a forked child for
+// the C entries whose statics of the CalType are set back to those of a fresh
+// load.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -75,13 +77,14 @@ std::vector<uint8_t> hexBytes(const std::string& s) {
     return out;
 }
 
-// The conversion under test: a Camera, or the process-wide C entries.
+// The conversion under test: a Camera, a C handle, or the process-wide C
+// entries.
 using Convert = std::function<float(int32_t, TempFrameInfo*, float, float)>;
 struct Target {
     Convert init, once, real;
     std::function<double(TempFrameInfo*)> getIT;
     std::function<int32_t(TempFrameInfo*, TempPara*)> para;
-    Gray2TempFn pixelFn;  // for the inverse search; null: through the camera
+    std::function<int32_t(TempFrameInfo*, int32_t, int32_t, int32_t, int32_t, int32_t, float)> temp2gray;
 };
 
 Target cameraTarget(kalviro::Camera& cam) {
@@ -90,21 +93,40 @@ Target cameraTarget(kalviro::Camera& cam) {
             [&](int32_t g, TempFrameInfo* b, float e, float d) { return cam.real(g, b, e, d); },
             [&](TempFrameInfo* b) { return cam.getIT(b); },
             [&](TempFrameInfo* b, TempPara* p) { return cam.getTempPara(b, p); },
-            nullptr};
+            [&](TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t to, float e) {
+                return cam.temp2gray(b, t0, t1, g0, g1, to, e);
+            }};
+}
+
+// A path of plain functions, each taking the same first argument (a handle, a
+// CalType); the inverse search is the path's own.
+template <typename Key, typename Init, typename Once, typename Real, typename GetIT, typename Para>
+Target boundTarget(Key key, Init init, Once once, Real real, GetIT getIT, Para para) {
+    using namespace std::placeholders;
+    return {std::bind(init, key, _1, _2, _3, _4), std::bind(once, key, _1, _2, _3, _4),
+            std::bind(real, key, _1, _2, _3, _4), std::bind(getIT, key, _1),
+            std::bind(para, key, _1, _2),         nullptr};
+}
+
+Target handleTarget(kalviro_camera* cam) {
+    using namespace std::placeholders;
+    Target t = boundTarget(cam, kalviro_camera_gray2temp_init, kalviro_camera_gray2temp_once,
+                           kalviro_camera_gray2temp_real, kalviro_camera_getit, kalviro_camera_temppara);
+    t.temp2gray = std::bind(kalviro_camera_temp2gray, cam, _1, _2, _3, _4, _5, _6, _7);
+    return t;
 }
 
 Target cTarget(int32_t calType) {
     using namespace std::placeholders;
-    return {std::bind(KALVIRO_Gray2Temp_Init, calType, _1, _2, _3, _4),
-            std::bind(KALVIRO_Gray2Temp_Once, calType, _1, _2, _3, _4),
-            std::bind(KALVIRO_Gray2Temp_Real, calType, _1, _2, _3, _4),
-            std::bind(KALVIRO_GetIT, calType, _1),
-            std::bind(KALVIRO_GetTempPara, calType, _1, _2),
-            KALVIRO_Gray2Temp_Real_GET(calType)};
+    Target t = boundTarget(calType, KALVIRO_Gray2Temp_Init, KALVIRO_Gray2Temp_Once, KALVIRO_Gray2Temp_Real,
+                           KALVIRO_GetIT, KALVIRO_GetTempPara);
+    t.temp2gray =
+        std::bind(KALVIRO_Temp2Gray, KALVIRO_Gray2Temp_Real_GET(calType), _1, _2, _3, _4, _5, _6, _7);
+    return t;
 }
 
 // Runs one sequence; returns the mismatches, one line each.
-std::vector<std::string> replay(const Sequence& seq, const Target& t, const kalviro::Camera* cam) {
+std::vector<std::string> replay(const Sequence& seq, const Target& t) {
     std::vector<std::string> bad;
     // One spare byte in front: the block sits at an odd address, as at the end
     // of a frame whose size is not a multiple of 4.
@@ -184,8 +206,7 @@ std::vector<std::string> replay(const Sequence& seq, const Target& t, const kalv
             std::string e;
             in >> t0 >> t1 >> g0 >> g1 >> target >> e >> want;
             const float em = asFloat(hex32(e));
-            const int32_t got = cam ? cam->temp2gray(block, t0, t1, g0, g1, target, em)
-                                    : KALVIRO_Temp2Gray(t.pixelFn, block, t0, t1, g0, g1, target, em);
+            const int32_t got = t.temp2gray(block, t0, t1, g0, g1, target, em);
             if (got != want)
                 fail(number, "T2G: got " + std::to_string(got) + ", want " + std::to_string(want));
         }
@@ -224,7 +245,16 @@ TEST_P(ReferenceVectors, ReplayOnOwnCamera) {
     const Sequence& seq = sequences()[static_cast<size_t>(GetParam())];
     kalviro::Camera cam(seq.calType);
     ASSERT_TRUE(cam.valid()) << "CalType " << seq.calType << " does not convert";
-    const auto bad = replay(seq, cameraTarget(cam), &cam);
+    const auto bad = replay(seq, cameraTarget(cam));
+    EXPECT_TRUE(bad.empty()) << report(bad);
+}
+
+TEST_P(ReferenceVectors, ReplayOnOwnHandle) {
+    const Sequence& seq = sequences()[static_cast<size_t>(GetParam())];
+    std::unique_ptr<kalviro_camera, void (*)(kalviro_camera*)> cam(kalviro_camera_create(seq.calType),
+                                                                   kalviro_camera_destroy);
+    ASSERT_NE(cam, nullptr) << "CalType " << seq.calType << " does not convert";
+    const auto bad = replay(seq, handleTarget(cam.get()));
     EXPECT_TRUE(bad.empty()) << report(bad);
 }
 
@@ -241,7 +271,7 @@ TEST_P(ReferenceVectorsC, ReplayThroughCEntries) {
     if (child == 0) {
         // Earlier tests of this process may have latched the statics.
         kalviro::processState(kalviro::listIndex(seq.calType)) = kalviro::initialState(seq.calType);
-        _exit(replay(seq, cTarget(seq.calType), nullptr).empty() ? 0 : 1);
+        _exit(replay(seq, cTarget(seq.calType)).empty() ? 0 : 1);
     }
     int status = 0;
     waitpid(child, &status, 0);

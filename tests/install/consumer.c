@@ -1,7 +1,7 @@
 /* The road of a frame in plain C99, against the installed library: split a
  * frame buffer, one per-frame call, then every pixel through the per-pixel
- * pointer. Exits 0 only when every number is the one the baseline block
- * gives. */
+ * pointer; then two camera handles on one CalType and one in static memory.
+ * Exits 0 only when every number is the one the baseline block gives. */
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -24,6 +24,58 @@ static void check(int ok, const char *what) {
         fprintf(stderr, "FAIL: %s\n", what);
         ++failures;
     }
+}
+
+/* Two cameras on CalType 21, each with its own statics: the right one's
+ * per-frame call on a block 2 degrees warmer inside leaves the left one's
+ * frame as it was. */
+static void check_cameras(const uint8_t *image, size_t count) {
+    static uint64_t memory[KALVIRO_CAMERA_SIZE_MAX / 8];
+    kalviro_camera *left = kalviro_camera_create(21);
+    kalviro_camera *right = kalviro_camera_create(21);
+    kalviro_camera *spot = kalviro_camera_init(memory, sizeof memory, 21);
+    KalviroFrameTable *table = (KalviroFrameTable *)malloc(sizeof *table);
+    uint16_t *pixels = (uint16_t *)malloc(count * sizeof *pixels);
+    float *out = (float *)malloc(count * sizeof *out);
+    TempFrameInfo leftBlock, rightBlock, spotBlock;
+    float t;
+    size_t i;
+    int wrong = 0;
+
+    check(kalviro_camera_create(53) == NULL, "no camera for an unknown CalType");
+    check(left != NULL && right != NULL && spot != NULL, "two cameras on the heap, one in static memory");
+    if (left != NULL && right != NULL && spot != NULL && table != NULL && pixels != NULL && out != NULL) {
+        fill_worked_block((uint8_t *)&leftBlock);
+        fill_worked_block((uint8_t *)&rightBlock);
+        fill_worked_block((uint8_t *)&spotBlock);
+        put_i32((uint8_t *)&rightBlock, offsetof(TempFrameInfo, tempCH1), 2700);
+        check(kalviro_camera_gray2temp_init(left, GRAY, &leftBlock, 0.95f, 0.0f) == 53.92f,
+              "left per-frame call gives 53.92");
+        check(kalviro_camera_gray2temp_init(right, GRAY, &rightBlock, 0.95f, 0.0f) == 54.02f,
+              "right per-frame call gives 54.02");
+
+        for (i = 0; i < count; ++i) pixels[i] = (uint16_t)(image[2 * i] | image[2 * i + 1] << 8);
+        check(kalviro_camera_convert_frame(left, &leftBlock, pixels, count, 0.95f, 0.0f, out, table, 2) == 0,
+              "left converts its frame");
+        for (i = 0; i < count; ++i) {
+            if (out[i] != 53.88f) ++wrong;
+        }
+        check(wrong == 0, "left frame is 53.88 on every pixel");
+        check(kalviro_camera_gray2temp_real(right, GRAY, &rightBlock, 0.95f, 0.0f) == 54.05f,
+              "right per-pixel call gives 54.05");
+        /* The search stops within 0.20 degrees of the target. */
+        t = kalviro_camera_gray2temp_real(
+            left, kalviro_camera_temp2gray(left, &leftBlock, 2000, 8000, 0, 16383, 5388, 0.95f), &leftBlock,
+            0.95f, 0.0f);
+        check(t > 53.67f && t < 54.09f, "left inverse search lands within 0.20 degrees of 53.88");
+        check(kalviro_camera_gray2temp_once(spot, GRAY, &spotBlock, 0.95f, 0.0f) == 53.88f,
+              "camera in static memory gives 53.88");
+    }
+    kalviro_camera_destroy(left);
+    kalviro_camera_destroy(right);
+    free(table);
+    free(pixels);
+    free(out);
 }
 
 int main(void) {
@@ -84,6 +136,8 @@ int main(void) {
     printf("version %s %s", minute, version);
     check(strcmp(minute, "V_0.0.29") == 0, "version minute is V_0.0.29");
     check(strcmp(version, "Sep  1 2019 20:07:03\n") == 0, "build stamp");
+
+    check_cameras(image, (size_t)(imageSize / 2));
 
     free(frame);
     if (failures != 0) {
