@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 namespace kalviro {
 
@@ -21,6 +22,8 @@ struct LaneBuilders {
     // out[i] is the temperature of gray value first + i, for i < count.
     void (*direct)(const direct::PixelPlan& plan, int32_t first, int32_t count, float* out);
     void (*ladder)(const ladder::PixelPlan& plan, int32_t first, int32_t count, float* out);
+    // The smallest and largest of count gray values.
+    void (*grayRange)(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi);
 };
 
 // The sets of this build that this processor runs, widest first; the last
@@ -38,24 +41,55 @@ const LaneBuilders* baseVectorBuilders();
 
 }  // namespace kalviro
 
+// The builders on the lanes of L, whole vectors at a time; the last one
+// may reach past first + count, and only its first lanes are stored.
+template <typename L, typename Plan, typename Kernel>
+void buildSpan(const Plan& plan, int32_t first, int32_t count, float* out, Kernel kernel) {
+    for (int32_t i = 0; i < count; i += L::N) L::store(out + i, kernel(plan, L::iota(first + i)), count - i);
+}
+
+// The range of gray values, a register of them at a time.
+template <typename Grays, typename Tag>
+void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi) {
+    constexpr uint64_t K = sizeof(Grays) / sizeof(uint16_t);
+    Grays a = ~Grays{}, b = Grays{};
+    uint64_t i = 0;
+    for (; i + K <= count; i += K) {
+        Grays v;
+        std::memcpy(&v, pixels + i, sizeof v);
+        a = v < a ? v : a;
+        b = v > b ? v : b;
+    }
+    uint16_t l = 65535, h = 0;
+    for (uint64_t k = 0; k < K; ++k) {
+        l = a[k] < l ? a[k] : l;
+        h = b[k] > h ? b[k] : h;
+    }
+    for (; i < count; ++i) {
+        l = pixels[i] < l ? pixels[i] : l;
+        h = pixels[i] > h ? pixels[i] : h;
+    }
+    *lo = l;
+    *hi = h;
+}
+
 // The builders of one set, in the file compiled for it: W lanes, in a
 // namespace of their own (see Vector's Tag). The whole kernel is inlined
 // into each builder, so that vectors stay in registers.
-#define KALVIRO_LANE_BUILDERS(set, W)                                                                     \
-    namespace kalviro::lanes_##set {                                                                      \
-        struct Tag {};                                                                                    \
-        using L = Vector<W, Tag>;                                                                         \
-        __attribute__((flatten)) void direct(const direct::PixelPlan& plan, int32_t first, int32_t count, \
-                                             float* out) {                                                \
-            for (int32_t i = 0; i < count; i += W) {                                                      \
-                L::store(out + i, direct::pixelDegrees<L>(plan, L::iota(first + i)), count - i);          \
-            }                                                                                             \
-        }                                                                                                 \
-        __attribute__((flatten)) void ladder(const ladder::PixelPlan& plan, int32_t first, int32_t count, \
-                                             float* out) {                                                \
-            for (int32_t i = 0; i < count; i += W) {                                                      \
-                L::store(out + i, ladder::pixelDegrees<L>(plan, L::iota(first + i)), count - i);          \
-            }                                                                                             \
-        }                                                                                                 \
-        const LaneBuilders kBuilders{#set, W, direct, ladder};                                            \
+#define KALVIRO_LANE_BUILDERS(set, W)                                                                       \
+    namespace kalviro::lanes_##set {                                                                        \
+        struct Tag {};                                                                                      \
+        using L = Vector<W, Tag>;                                                                           \
+        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                                         \
+        __attribute__((flatten)) void direct(const direct::PixelPlan& plan, int32_t first, int32_t count,   \
+                                             float* out) {                                                  \
+            buildSpan<L>(plan, first, count, out,                                                           \
+                         [](const direct::PixelPlan& p, L::I g) { return direct::pixelDegrees<L>(p, g); }); \
+        }                                                                                                   \
+        __attribute__((flatten)) void ladder(const ladder::PixelPlan& plan, int32_t first, int32_t count,   \
+                                             float* out) {                                                  \
+            buildSpan<L>(plan, first, count, out,                                                           \
+                         [](const ladder::PixelPlan& p, L::I g) { return ladder::pixelDegrees<L>(p, g); }); \
+        }                                                                                                   \
+        const LaneBuilders kBuilders{#set, W, direct, ladder, grayRangeOf<Grays, Tag>};                     \
     }
