@@ -1,6 +1,7 @@
 #include "synth_scene.hpp"
 
 #include <cmath>
+#include <limits>
 
 namespace kalviro::cli {
 
@@ -42,24 +43,63 @@ double hotspot(double u, double v, double p, double aspect) {
 
 double gradient(double u, double v, double p) { return 10.0 + 50.0 * u + 5.0 * v + 2.0 * p; }
 
-// A person in front of a wall, swaying a little: the face warmest at the
-// eyes, hair and clothes cooler, the wall warmer near the ceiling.
-double person(double u, double v, double p, double aspect) {
-    const double wall = 21.0 + 1.5 * (1.0 - v);
-    const double cx = 0.5 + 0.06 * std::sin(2.0 * kPi * p);
-    const double x = (u - cx) * aspect;  // in units of the frame height
-    const double head = ellipse(x, v, 0.0, 0.30, 0.11, 0.15);
+// A person from the chest up, in units of the figure's height below the top
+// of its box, x from its middle: the face warmest at the eyes, hair and
+// clothes cooler. NaN off the figure.
+double figure(double x, double y) {
+    const double head = ellipse(x, y, 0.0, 0.30, 0.11, 0.15);
     if (head > 0.0) {
-        const double hair = v < 0.22 ? 28.5 : 0.0;
-        if (hair > 0.0) return hair + 2.0 * head;
-        const double eyes = 1.6 * (gauss(x - 0.04, v - 0.29, 0.018) + gauss(x + 0.04, v - 0.29, 0.018));
+        if (y < 0.22) return 28.5 + 2.0 * head;  // hair
+        const double eyes = 1.6 * (gauss(x - 0.04, y - 0.29, 0.018) + gauss(x + 0.04, y - 0.29, 0.018));
         return 33.8 + 1.2 * head + eyes;
     }
-    if (std::abs(x) < 0.045 && v > 0.42 && v < 0.50) return 34.0;  // neck
+    if (std::abs(x) < 0.045 && y > 0.42 && y < 0.50) return 34.0;  // neck
     // Shoulders falling away from the neck, clothes warmest at the chest.
     const double side = std::abs(x) / 0.27;
-    if (side < 1.0 && v > 0.49 + 0.10 * side * side * side) return 29.0 + 2.0 * gauss(x, v - 0.62, 0.12);
-    return wall;
+    if (side < 1.0 && y > 0.49 + 0.10 * side * side * side) return 29.0 + 2.0 * gauss(x, y - 0.62, 0.12);
+    return std::numeric_limits<double>::quiet_NaN();
+}
+
+// A person in front of a wall, swaying a little; the wall warmer near the
+// ceiling.
+double person(double u, double v, double p, double aspect) {
+    const double cx = 0.5 + 0.06 * std::sin(2.0 * kPi * p);
+    const double t = figure((u - cx) * aspect, v);
+    return std::isnan(t) ? 21.0 + 1.5 * (1.0 - v) : t;
+}
+
+struct Seat {
+    double x, top, scale;  // the figure's middle and top in the frame, its height
+};
+
+struct HotSpot {
+    double x, y, radius, peak;  // x in frame widths, y and radius in frame heights
+};
+
+const Seat kSeats[] = {{0.31, 0.30, 0.62}, {0.70, 0.40, 0.52}};
+// A soldering iron's tip and a kettle on the table, a halogen lamp on the
+// wall, a valve on the pipe.
+const HotSpot kHotSpots[] = {{0.16, 0.92, 0.006, 280.0},
+                             {0.86, 0.91, 0.012, 110.0},
+                             {0.92, 0.33, 0.008, 200.0},
+                             {0.52, 0.10, 0.010, 140.0}};
+
+// A room: two people behind a table, a hot-water pipe under the ceiling
+// cooling from 90 to 60 degrees along the frame, a door, and a few small
+// hot parts.
+double room(double u, double v, double p, double aspect) {
+    double t = 22.0 + 2.0 * (1.0 - v);                         // the wall, warmer near the ceiling
+    if (u > 0.03 && u < 0.12 && v > 0.25) t = 20.2 + 0.6 * v;  // the door
+    const double across = (v - 0.10) / 0.025;                  // the pipe's axis at 1/10 of the height
+    if (std::abs(across) < 1.0) t = 90.0 - 30.0 * u - 6.0 * across * across;
+    const double sway = 0.02 * std::sin(2.0 * kPi * p);
+    for (const Seat& s : kSeats) {
+        const double f = figure((u - s.x - sway) * aspect / s.scale, (v - s.top) / s.scale);
+        if (!std::isnan(f)) t = f;
+    }
+    if (v > 0.86) t = 20.5 + 2.0 * (v - 0.86);  // the table
+    for (const HotSpot& h : kHotSpots) t += (h.peak - t) * gauss((u - h.x) * aspect, v - h.y, h.radius);
+    return t;
 }
 
 }  // namespace
@@ -68,10 +108,11 @@ std::optional<Scene> findScene(const std::string& name) {
     if (name == "hotspot") return Scene::Hotspot;
     if (name == "gradient") return Scene::Gradient;
     if (name == "person") return Scene::Person;
+    if (name == "room") return Scene::Room;
     return std::nullopt;
 }
 
-std::string sceneNames() { return "hotspot, gradient, person"; }
+std::string sceneNames() { return "hotspot, gradient, person, room"; }
 
 double sceneTemp(Scene scene, const FrameSize& size, int32_t x, int32_t y, uint64_t frame, uint64_t frames) {
     const double u = (x + 0.5) / size.width;
@@ -83,6 +124,7 @@ double sceneTemp(Scene scene, const FrameSize& size, int32_t x, int32_t y, uint6
         case Scene::Hotspot: t = hotspot(u, v, p, aspect); break;
         case Scene::Gradient: t = gradient(u, v, p); break;
         case Scene::Person: t = person(u, v, p, aspect); break;
+        case Scene::Room: t = room(u, v, p, aspect); break;
     }
     return t + noise(x, y, frame);
 }

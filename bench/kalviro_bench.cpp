@@ -1,12 +1,11 @@
-// Speed of the road of a frame through the C entries: a whole 640x512 frame
-// per pixel through the pointer from KALVIRO_Gray2Temp_Real_GET, the same
-// through kalviro_convert_frame and through the dispatching entry, the
-// per-frame call, and the inverse search.
+// Speed of the calls kalviro_frame_bench leaves out: a whole 640x512 frame
+// through the dispatching per-pixel entry, and the inverse search. Whole
+// frames per CalType, the per-pixel pointer and the per-frame call are
+// measured there.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "kalviro.h"
@@ -36,7 +35,7 @@ struct BenchBlock {
     std::array<uint8_t, 512> bytes{};
     explicit BenchBlock(int32_t calType) {
         fill_worked_block(bytes.data());
-        if (calType == 54 || calType == 111) {
+        if (calType == 54) {
             put_f32(bytes.data(), offsetof(TempFrameInfo, grayCurveExt), 13900.0f);
             put_f32(bytes.data(), offsetof(TempFrameInfo, grayCurveExt) + 4, 16100.0f);
             put_i32(bytes.data(), offsetof(TempFrameInfo, envTemp), 90);  // windowTransLong
@@ -51,61 +50,11 @@ const char* label(int32_t calType) {
         case 20: return "CalType 20, Esp_Table";
         case 54: return "CalType 54, long layout with window";
         case 81: return "CalType 81, emissivity ladder";
-        case 134: return "CalType 134, scaled curve, lens table, window";
-        case 111: return "CalType 111, ladder, long layout";
         default: return "";
     }
 }
 
-// Whole frames: two Direct CalTypes, one of the long layout, three ladder ones.
-void frameCalTypes(benchmark::internal::Benchmark* b) {
-    for (int calType : {21, 20, 54, 81, 134, 111}) b->Arg(calType);
-    b->Unit(benchmark::kMillisecond);
-}
-
-void BM_FramePerPixel(benchmark::State& state) {
-    const auto calType = static_cast<int32_t>(state.range(0));
-    BenchBlock block(calType);
-    const std::vector<int32_t>& grays = frameGrays();
-    KALVIRO_Gray2Temp_Init(calType, grays[grays.size() / 2], block.info(), kEmissivity, 0.0f);
-    const Gray2TempFn real = KALVIRO_Gray2Temp_Real_GET(calType);
-    if (real == nullptr) {
-        state.SkipWithError("CalType does not convert");
-        return;
-    }
-    for (auto _ : state) {
-        float sum = 0.0f;
-        for (int32_t g : grays) sum += real(g, block.info(), kEmissivity, 0.0f);
-        benchmark::DoNotOptimize(sum);
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(grays.size()));
-    state.SetLabel(label(calType));
-}
-BENCHMARK(BM_FramePerPixel)->Apply(frameCalTypes);
-
-// The same frame through kalviro_convert_frame: each distinct gray converted
-// once, kept in the caller's table between frames.
-void BM_FrameTable(benchmark::State& state) {
-    const auto calType = static_cast<int32_t>(state.range(0));
-    BenchBlock block(calType);
-    const std::vector<int32_t>& grays = frameGrays();
-    std::vector<uint16_t> pixels(grays.begin(), grays.end());
-    std::vector<float> temps(pixels.size());
-    auto table = std::make_unique<KalviroFrameTable>();
-    KALVIRO_Gray2Temp_Init(calType, grays[grays.size() / 2], block.info(), kEmissivity, 0.0f);
-    const Gray2TempFn real = KALVIRO_Gray2Temp_Real_GET(calType);
-    for (auto _ : state) {
-        kalviro_convert_frame(real, block.info(), pixels.data(), pixels.size(), kEmissivity, 0.0f,
-                              temps.data(), table.get());
-        benchmark::DoNotOptimize(temps.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pixels.size()));
-    state.SetLabel(label(calType));
-}
-BENCHMARK(BM_FrameTable)->Apply(frameCalTypes);
-
-// The same frame through KALVIRO_Gray2Temp_Real: the table search on every pixel.
+// The frame through KALVIRO_Gray2Temp_Real: the table search on every pixel.
 void BM_FrameThroughDispatch(benchmark::State& state) {
     const auto calType = static_cast<int32_t>(state.range(0));
     BenchBlock block(calType);
@@ -120,17 +69,6 @@ void BM_FrameThroughDispatch(benchmark::State& state) {
     state.SetLabel(label(calType));
 }
 BENCHMARK(BM_FrameThroughDispatch)->Arg(21)->Arg(54)->Unit(benchmark::kMillisecond);
-
-void BM_PerFrameCall(benchmark::State& state) {
-    const auto calType = static_cast<int32_t>(state.range(0));
-    BenchBlock block(calType);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(KALVIRO_Gray2Temp_Init(calType, 1000, block.info(), kEmissivity, 0.0f));
-    }
-    state.SetItemsProcessed(state.iterations());
-    state.SetLabel(label(calType));
-}
-BENCHMARK(BM_PerFrameCall)->Arg(21)->Arg(20)->Arg(54)->Arg(81)->Arg(134)->Arg(111);
 
 // The gray of 53.88 degrees between 0 and 150 degrees on a 14-bit scale.
 void BM_Temp2Gray(benchmark::State& state) {

@@ -141,7 +141,7 @@ class Recovery : public Cli, public ::testing::WithParamInterface<RecoveryCase> 
 TEST_P(Recovery, SynthThenConvertGivesTheSceneBack) {
     const std::string args =
         " --caltype " + std::to_string(GetParam().calType) + " -e " + GetParam().emissivity;
-    for (const std::string s : {"hotspot", "person"}) {
+    for (const std::string s : {"hotspot", "person", "room"}) {
         ok("synth" + args + " --size 160x120 --frames 3 --scene " + s + " -o " + s + ".raw --truth " + s +
            "-truth.tiff");
         // The size is inferred from the file: 160x120 is a common sensor size.

@@ -1,0 +1,328 @@
+// Whole frames for every CalType, beside what bounds them (the letters are
+// those of bench/ratios.py's table):
+//   per_pixel  (a) the pointer from KALVIRO_Gray2Temp_Real_GET on every pixel
+//   convert    (b) kalviro_convert_frame, one thread
+//   threads2   (c) kalviro_convert_frame_threads on two threads
+//   memcpy     (d) copying the frame's floats, once per frame size
+//   init       (e) one per-frame call, KALVIRO_Gray2Temp_Init
+//   kernel     (f) kalviro_convert_frame on each of the 65536 gray values once
+// on the frames of bench_frames.hpp, named measure/CalType/scene.
+//
+//   kalviro_frame_bench [--caltypes=21,81] [--scenes=room,full]
+//                       [--per-pixel-iterations=N] [benchmark flags]
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bench_frames.hpp"
+#include "kalviro.h"
+#include "synth_block.hpp"
+
+namespace {
+
+using kalviro::CalTypeInfo;
+using kalviro::bench::BenchFrame;
+using kalviro::bench::BenchScene;
+using kalviro::bench::kBenchScenes;
+using kalviro::bench::kEmissivity;
+
+struct Options {
+    std::vector<CalTypeInfo> calTypes;
+    std::vector<BenchScene> scenes;
+    int64_t perPixelIterations = 3;  // a 640x512 frame takes 25 to 50 ms this way
+};
+
+// The benchmarks run CalType by CalType: only the current one's frames are kept.
+const BenchFrame& frameOf(const CalTypeInfo& calType, const BenchScene& scene) {
+    static int32_t current = -1;
+    static std::map<std::string, BenchFrame> frames;
+    if (current != calType.calType) {
+        frames.clear();
+        current = calType.calType;
+    }
+    auto it = frames.find(scene.name);
+    if (it == frames.end()) it = frames.emplace(scene.name, makeFrame(calType, scene)).first;
+    return it->second;
+}
+
+const BenchFrame* frameOrSkip(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene) {
+    try {
+        return &frameOf(calType, scene);
+    } catch (const std::exception& e) {
+        state.SkipWithError(e.what());
+        return nullptr;
+    }
+}
+
+// The CalType's synthetic block after its per-frame call, and its per-pixel function.
+struct Converter {
+    std::array<uint8_t, 512> block;
+    Gray2TempFn real;
+
+    explicit Converter(const CalTypeInfo& calType)
+        : block(kalviro::bench::benchBlock(calType)), real(KALVIRO_Gray2Temp_Real_GET(calType.calType)) {
+        KALVIRO_Gray2Temp_Init(calType.calType, kalviro::cli::kSynthGrayRef, info(), kEmissivity, 0.0f);
+    }
+    TempFrameInfo* info() { return reinterpret_cast<TempFrameInfo*>(block.data()); }
+};
+
+void describe(benchmark::State& state, const BenchFrame& frame, const std::string& size) {
+    const auto pixels = static_cast<int64_t>(frame.pixels.size());
+    state.SetItemsProcessed(state.iterations() * pixels);
+    state.counters["pixels"] = static_cast<double>(pixels);
+    state.counters["distinct"] = frame.distinct;
+    state.SetLabel(size + ", " + std::to_string(frame.distinct) + " gray values");
+}
+
+void perPixel(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene) {
+    const BenchFrame* frame = frameOrSkip(state, calType, scene);
+    if (frame == nullptr) return;
+    Converter conv(calType);
+    const std::vector<uint16_t>& pixels = frame->pixels;
+    std::vector<float> out(pixels.size());
+    for (auto _ : state) {
+        for (size_t i = 0; i < pixels.size(); ++i)
+            out[i] = conv.real(pixels[i], conv.info(), kEmissivity, 0.0f);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    describe(state, *frame, scene.size.text());
+}
+
+// threads 1 is kalviro_convert_frame itself, not the threaded entry asked for one.
+void convertFrame(benchmark::State& state, const CalTypeInfo& calType, const BenchFrame& frame,
+                  const std::string& size, int32_t threads) {
+    Converter conv(calType);
+    std::vector<float> out(frame.pixels.size());
+    auto table = std::make_unique<KalviroFrameTable>();
+    const uint16_t* pixels = frame.pixels.data();
+    const uint64_t count = frame.pixels.size();
+    for (auto _ : state) {
+        const int32_t rc =
+            threads == 1 ? kalviro_convert_frame(conv.real, conv.info(), pixels, count, kEmissivity, 0.0f,
+                                                 out.data(), table.get())
+                         : kalviro_convert_frame_threads(conv.real, conv.info(), pixels, count, kEmissivity,
+                                                         0.0f, out.data(), table.get(), threads);
+        if (rc != 0) {
+            state.SkipWithError("the whole-frame call refused the frame");
+            return;
+        }
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    describe(state, frame, size);
+}
+
+void convertScene(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene,
+                  int32_t threads) {
+    const BenchFrame* frame = frameOrSkip(state, calType, scene);
+    if (frame != nullptr) convertFrame(state, calType, *frame, scene.size.text(), threads);
+}
+
+// Per gray value: the frame is the whole scale once, so building the table
+// is nearly all of the time.
+void kernel(benchmark::State& state, const CalTypeInfo& calType) {
+    static const BenchFrame frame = kalviro::bench::everyGrayOnce();
+    convertFrame(state, calType, frame, "65536x1", 1);
+}
+
+void perFrameCall(benchmark::State& state, const CalTypeInfo& calType) {
+    Converter conv(calType);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(KALVIRO_Gray2Temp_Init(calType.calType, kalviro::cli::kSynthGrayRef,
+                                                        conv.info(), kEmissivity, 0.0f));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+// What any whole-frame conversion costs at least: writing its floats once.
+void copyFloats(benchmark::State& state, const kalviro::cli::FrameSize& size) {
+    const std::vector<float> from(size.pixels(), 21.5f);
+    std::vector<float> to(size.pixels());
+    for (auto _ : state) {
+        std::memcpy(to.data(), from.data(), from.size() * sizeof(float));
+        benchmark::DoNotOptimize(to.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(from.size() * sizeof(float)));
+    state.counters["pixels"] = static_cast<double>(size.pixels());
+}
+
+void registerAll(const Options& o) {
+    std::vector<std::string> sizes;
+    for (const BenchScene& s : o.scenes) {
+        const std::string size = s.size.text();
+        if (std::find(sizes.begin(), sizes.end(), size) != sizes.end()) continue;
+        sizes.push_back(size);
+        benchmark::RegisterBenchmark(("memcpy/" + size).c_str(), copyFloats, s.size)
+            ->UseRealTime()
+            ->Unit(benchmark::kMicrosecond);
+    }
+    for (const CalTypeInfo& c : o.calTypes) {
+        const std::string nn = std::to_string(c.calType);
+        benchmark::RegisterBenchmark(("init/" + nn).c_str(), perFrameCall, c);
+        benchmark::RegisterBenchmark(("kernel/" + nn).c_str(), kernel, c)
+            ->UseRealTime()
+            ->Unit(benchmark::kMicrosecond);
+        for (const BenchScene& s : o.scenes) {
+            const std::string tail = "/" + nn + "/" + s.name;
+            if (o.perPixelIterations > 0) {
+                benchmark::RegisterBenchmark(("per_pixel" + tail).c_str(), perPixel, c, s)
+                    ->Iterations(o.perPixelIterations)
+                    ->UseRealTime()
+                    ->Unit(benchmark::kMillisecond);
+            }
+            benchmark::RegisterBenchmark(("convert" + tail).c_str(), convertScene, c, s, 1)
+                ->UseRealTime()
+                ->Unit(benchmark::kMicrosecond);
+            benchmark::RegisterBenchmark(("threads2" + tail).c_str(), convertScene, c, s, 2)
+                ->UseRealTime()
+                ->Unit(benchmark::kMicrosecond);
+        }
+    }
+}
+
+std::vector<std::string> splitList(const std::string& text) {
+    std::vector<std::string> items;
+    std::stringstream in(text);
+    for (std::string item; std::getline(in, item, ',');) {
+        if (!item.empty()) items.push_back(item);
+    }
+    return items;
+}
+
+bool parseCalTypes(const std::string& text, Options& o) {
+    o.calTypes.clear();
+    for (const std::string& item : splitList(text)) {
+        char* end = nullptr;
+        const long n = std::strtol(item.c_str(), &end, 10);
+        const CalTypeInfo* c = *end == '\0' ? kalviro::findCalType(static_cast<int32_t>(n)) : nullptr;
+        if (c == nullptr) return false;
+        o.calTypes.push_back(*c);
+    }
+    return !o.calTypes.empty();
+}
+
+bool parseScenes(const std::string& text, Options& o) {
+    o.scenes.clear();
+    for (const std::string& item : splitList(text)) {
+        const auto s = std::find_if(std::begin(kBenchScenes), std::end(kBenchScenes),
+                                    [&](const BenchScene& b) { return item == b.name; });
+        if (s == std::end(kBenchScenes)) return false;
+        o.scenes.push_back(*s);
+    }
+    return !o.scenes.empty();
+}
+
+bool parseCount(const std::string& text, int64_t& n) {
+    char* end = nullptr;
+    n = std::strtoll(text.c_str(), &end, 10);
+    return !text.empty() && *end == '\0' && n >= 0;
+}
+
+std::string sceneNames() {
+    std::string names;
+    for (const BenchScene& s : kBenchScenes) names += (names.empty() ? "" : ",") + std::string(s.name);
+    return names;
+}
+
+void printUsage() {
+    std::cout << "kalviro_frame_bench [--caltypes=21,81 (all of the list)] [--scenes=" << sceneNames()
+              << "]\n"
+                 "                    [--per-pixel-iterations=N (3; 0 leaves per_pixel out)]\n"
+                 "                    [benchmark flags, below]\n\n";
+}
+
+// Takes this program's own flags out of argv.
+bool parseOptions(int& argc, char** argv, Options& o) {
+    o.calTypes.assign(std::begin(kalviro::kCalTypes), std::end(kalviro::kCalTypes));
+    o.scenes.assign(std::begin(kBenchScenes), std::end(kBenchScenes));
+    int kept = 1;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const auto value = [&](const char* flag) {
+            const size_t n = std::strlen(flag);
+            return arg.compare(0, n, flag) == 0 ? std::optional<std::string>(arg.substr(n)) : std::nullopt;
+        };
+        bool ok = true;
+        if (const auto calTypes = value("--caltypes=")) {
+            ok = parseCalTypes(*calTypes, o);
+        } else if (const auto scenes = value("--scenes=")) {
+            ok = parseScenes(*scenes, o);
+        } else if (const auto count = value("--per-pixel-iterations=")) {
+            ok = parseCount(*count, o.perPixelIterations);
+        } else {
+            argv[kept++] = argv[i];
+            continue;
+        }
+        if (!ok) {
+            std::cerr << "bad argument " << arg << ": CalTypes of the list, scenes " << sceneNames()
+                      << ", a count of 0 or more\n";
+            return false;
+        }
+    }
+    argc = kept;
+    return true;
+}
+
+// The first "model name" (x86) or "Model" (Arm) of /proc/cpuinfo.
+std::string cpuModel() {
+    std::ifstream in("/proc/cpuinfo");
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("model name", 0) == 0 || line.rfind("Model", 0) == 0) {
+            const size_t colon = line.find(':');
+            const size_t text = colon == std::string::npos ? colon : line.find_first_not_of(" \t", colon + 1);
+            if (text != std::string::npos) return line.substr(text);
+        }
+    }
+    return "unknown";
+}
+
+// The per-value goal holds where the processor has AVX2, whatever width the
+// library chose.
+const char* avx2() {
+#if defined(__x86_64__) || defined(__i386__)
+    return __builtin_cpu_supports("avx2") ? "yes" : "no";
+#else
+    return "no";
+#endif
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0) printUsage();
+    }
+    // A shorter default than the library's half second keeps every CalType on
+    // all four frames within about six minutes; a --benchmark_min_time given wins.
+    std::string minTime = "--benchmark_min_time=0.3";
+    std::vector<char*> args(argv, argv + argc);
+    args.insert(args.begin() + 1, minTime.data());
+    argc = static_cast<int>(args.size());
+    argv = args.data();
+    benchmark::Initialize(&argc, argv);
+    Options o;
+    if (!parseOptions(argc, argv, o) || benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    registerAll(o);
+    char version[16] = {};
+    KALVIRO_GetVersionMinute(version);
+    benchmark::AddCustomContext("kalviro", version);
+    benchmark::AddCustomContext("kalviro_build", KALVIRO_BUILD_TYPE);
+    benchmark::AddCustomContext("lanes", kalviro_lanes());
+    benchmark::AddCustomContext("cpu_model", cpuModel());
+    benchmark::AddCustomContext("avx2", avx2());
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
