@@ -6,8 +6,11 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "block_builder.hpp"
+#include "core/lanes.hpp"
+#include "core/pixel_stages.hpp"
 #include "core/segment_table.hpp"
 #include "kalviro.hpp"
 
@@ -146,6 +149,38 @@ TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
                   onlyRange3.real(gray, second.info(), 1.0f, 0.0f))
             << gray;
     }
+}
+
+// Rows in order are searched as the first whose grayHigh v does not exceed:
+// the same row as the search in order, on every bound, next to it, beyond
+// both sentinels and for NaN, with and without a row to fall back on.
+TEST(RowsInOrder, FindTheRowOfTheSearchInOrder) {
+    Block b = plainRange2(0.0f);
+    Camera cam(21);
+    cam.init(0, b.info(), 1.0f, 0.0f);
+    for (const TempSegment* rows : {kRows, stateOf(cam).tempdata}) {
+        const int n = rows == kRows ? 4 : 12;
+        ASSERT_TRUE(rowsInOrder(rows, n));
+        std::vector<float> probes = {std::nanf(""), -INFINITY, INFINITY};
+        for (int i = 0; i < n; ++i) {
+            for (float bound : {rows[i].grayLow, rows[i].grayHigh}) {
+                probes.insert(probes.end(),
+                              {std::nextafter(bound, -INFINITY), bound, std::nextafter(bound, INFINITY)});
+            }
+        }
+        for (const TempSegment* fallback : {static_cast<const TempSegment*>(nullptr), &rows[1]}) {
+            for (float v : probes) {
+                const float fast = segmentLookupOpenClosed<Scalar>(rows, n, true, v, fallback);
+                const float plain = segmentLookupOpenClosed<Scalar>(rows, n, false, v, fallback);
+                EXPECT_EQ(std::memcmp(&fast, &plain, sizeof fast), 0) << v;
+                if (fallback == nullptr) {
+                    EXPECT_EQ(plain, segmentLookup(rows, n, v, RowTest::OpenClosed)) << v;
+                }
+            }
+        }
+    }
+    const TempSegment backwards[] = {kRows[0], kRows[2], kRows[1], kRows[3]};
+    EXPECT_FALSE(rowsInOrder(backwards, 4));
 }
 
 }  // namespace

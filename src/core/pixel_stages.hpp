@@ -4,6 +4,7 @@
 // final_scaling.hpp are these on one lane.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "core/final_scaling.hpp"
@@ -16,23 +17,60 @@ namespace kalviro {
 // none does and there is no fallback. The row's parameters are picked per
 // lane, then the row's formula runs once.
 template <class L>
-typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, typename L::F v,
+typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool inOrder, typename L::F v,
                                       const TempSegment* fallback) {
-    using M = typename L::M;
+    using F = typename L::F;
+    struct Pick {
+        F grayBase, graySlope, tempBase;
+        void take(const TempSegment& r) {
+            grayBase = L::splat(r.grayBase);
+            graySlope = L::splat(r.graySlope);
+            tempBase = L::splat(r.tempBase);
+        }
+        void take(typename L::M m, const Pick& o) {
+            grayBase = L::select(m, o.grayBase, grayBase);
+            graySlope = L::select(m, o.graySlope, graySlope);
+            tempBase = L::select(m, o.tempBase, tempBase);
+        }
+        F temp(F x) const { return (x - grayBase) / graySlope + tempBase; }
+    };
     const TempSegment none{0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
-    const TempSegment& first = fallback != nullptr ? *fallback : none;
-    auto grayBase = L::splat(first.grayBase), graySlope = L::splat(first.graySlope);
-    auto tempBase = L::splat(first.tempBase);
-    M found = L::none();
+    Pick row;
+    if (inOrder) {
+        // The first row whose grayHigh v does not exceed, within four
+        // groups searched side by side (rowsInOrder).
+        const auto firstOf = [&](int from, int to) {
+            Pick p;
+            p.take(rows[to]);
+            for (int i = to - 1; i >= from; --i) {
+                Pick r;
+                r.take(rows[i]);
+                p.take(v <= rows[i].grayHigh, r);
+            }
+            return p;
+        };
+        const int step = (count + 3) / 4;
+        row = firstOf(std::max(0, count - step), count - 1);
+        for (int end = count - step; end > 0; end -= step) {
+            row.take(v <= rows[end - 1].grayHigh, firstOf(std::max(0, end - step), end - 1));
+        }
+        const auto held = L::both(rows[0].grayLow < v, v <= rows[count - 1].grayHigh);
+        Pick other;
+        other.take(fallback != nullptr ? *fallback : none);
+        const F T = row.temp(v);
+        return L::select(held, T, fallback != nullptr ? other.temp(v) : L::splat(0.0f));
+    }
+    row.take(fallback != nullptr ? *fallback : none);
+    auto found = L::none();
     for (int i = 0; i < count; ++i) {
         const TempSegment& r = rows[i];
-        const M holds = L::both(L::both(r.grayLow < v, v <= r.grayHigh), L::no(found));
-        grayBase = L::select(holds, L::splat(r.grayBase), grayBase);
-        graySlope = L::select(holds, L::splat(r.graySlope), graySlope);
-        tempBase = L::select(holds, L::splat(r.tempBase), tempBase);
+        const auto holds = L::both(L::both(r.grayLow < v, v <= r.grayHigh), L::no(found));
+        Pick p;
+        p.take(r);
+        row.take(holds, p);
         found = L::either(found, holds);
     }
-    const auto T = (v - grayBase) / graySlope + tempBase;
+    const F T = row.temp(v);
     if (fallback != nullptr) return T;
     return L::select(found, T, L::splat(0.0f));
 }

@@ -29,6 +29,19 @@ inline float segmentLookup(const TempSegment* rows, int count, float v, RowTest 
     return 0.0f;
 }
 
+// Whether each row begins where the one before ends and none runs
+// backwards: then the first row that holds v under the open-closed test is
+// the first whose grayHigh v does not exceed, if v lies above the first
+// grayLow and up to the last grayHigh. A NaN bound breaks the order.
+inline bool rowsInOrder(const TempSegment* rows, int count) {
+    if (count < 1) return false;
+    for (int i = 0; i < count; ++i) {
+        if (!(rows[i].grayLow <= rows[i].grayHigh)) return false;
+        if (i + 1 < count && !(rows[i + 1].grayLow == rows[i].grayHigh)) return false;
+    }
+    return true;
+}
+
 // The row's formula applied whether or not the row holds v.
 inline float segmentTemp(const TempSegment& r, float v) {
     return (v - r.grayBase) / r.graySlope + r.tempBase;

@@ -6,6 +6,7 @@
 #include "core/frame.hpp"
 #include "core/lanes.hpp"
 #include "core/numeric.hpp"
+#include "core/segment_table.hpp"
 #include "direct/pixel_kernel.hpp"
 
 namespace kalviro::direct {
@@ -48,6 +49,7 @@ PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, f
             p.window = static_cast<float>(get(block, field::windowTransLong)) / 100.0f;
             break;
     }
+    p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
     return p;
 }
 
@@ -70,6 +72,7 @@ PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block
         const double open = static_cast<double>(1.0f - p.window);
         if (open >= 0.000001 || open <= -0.000001) p.window = p.window - get(block, field::warmDiffLow);
     }
+    p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
     return p;
 }
 

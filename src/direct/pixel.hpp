@@ -24,7 +24,8 @@ struct PixelPlan {
     float constB, constR;
     int32_t drift;  // trunc(const_d), or in 12 and 60 the camera's drift
     const TempSegment* rows;
-    int rowCount;        // 0: no lookup
+    int rowCount;  // 0: no lookup
+    bool rowsInOrder;
     bool unknownRange;   // 12, 60: v is 0
     int32_t percentRow;  // 12, 60: the row that replaces the lookup, 0 for none
     float air;

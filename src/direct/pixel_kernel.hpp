@@ -18,8 +18,9 @@ typename L::F pixelHundredths(const PixelPlan& p, typename L::I gray) {
                        ? L::splat(0.0f)
                        : L::toFloat(L::add(L::toInt((gf - p.constB) + p.constR), L::splat(p.drift)));
     // In 12 and 60 a low emissivity's row replaces the lookup.
-    const auto T = p.percentRow != 0 ? segmentTemp<L>(p.rows[p.percentRow], v)
-                                     : segmentLookupOpenClosed<L>(p.rows, p.rowCount, v, nullptr);
+    const auto T = p.percentRow != 0
+                       ? segmentTemp<L>(p.rows[p.percentRow], v)
+                       : segmentLookupOpenClosed<L>(p.rows, p.rowCount, p.rowsInOrder, v, nullptr);
 
     const auto Tc = airCorrection<L>(T, p.air, p.airExp, p.A3);
     const auto F = scalePixel<L>(Tc, p.factor, p.air, p.gain, p.offset);

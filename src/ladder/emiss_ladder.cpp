@@ -79,6 +79,18 @@ constexpr RowIndex makeIndex() {
 
 constexpr RowIndex kIndex = makeIndex();
 
+// The bins' upper edges rise: the factor of a temperature is that of the
+// first bin it does not pass, and no later bin can be passed either.
+constexpr bool edgesRise() {
+    for (int bin = 1; bin < kEdges; ++bin) {
+        if (!(emissLadder[kIndex.row[1][bin - 1]].binOffset < emissLadder[kIndex.row[1][bin]].binOffset)) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(edgesRise(), "the bin edges rise");
+
 const EmissLadderRow& rowFor(float emissivity, int bin) {
     const int band = emissivity < 0.5f ? 0 : 1;
     return emissLadder[kIndex.row[band][bin]];

@@ -7,6 +7,7 @@
 #include "core/frame.hpp"
 #include "core/lanes.hpp"
 #include "core/numeric.hpp"
+#include "core/segment_table.hpp"
 #include "ladder/pixel_kernel.hpp"
 
 namespace kalviro::ladder {
@@ -79,6 +80,7 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
 
     p.rows = st.tempdata;
     p.rowCount = p.range >= 2 && p.range <= 5 ? m.pixel.rows[p.range - 2] : 0;
+    p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
     p.percentRow = 0;
     if (m.stage == StageForm::FourRange) {
         const int32_t i = clampedPercent(emissivity);

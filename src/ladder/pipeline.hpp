@@ -39,6 +39,7 @@ struct PixelPlan {
     // stands in when none holds v.
     const TempSegment* rows;
     int rowCount;
+    bool rowsInOrder;
     int32_t percentRow;  // 0: none
     // Atmosphere, ladder, final form.
     AirPlan air;
