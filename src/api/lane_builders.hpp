@@ -34,12 +34,21 @@ int runnableLaneBuilders(const LaneBuilders* sets[], int capacity);
 const LaneBuilders& laneBuilders();
 
 // Each set's builders, null where the build has not compiled it for that
-// set (another processor family, or a compiler without it).
+// set (another processor family, or a compiler without it). Every processor
+// calls them, so the files of the wider sets compile them for any x86-64.
 const LaneBuilders* avx512Builders();
 const LaneBuilders* avx2Builders();
 const LaneBuilders* baseVectorBuilders();
 
 }  // namespace kalviro
+
+#if defined(__x86_64__)
+#define KALVIRO_ANY_PROCESSOR __attribute__((target("no-avx")))
+#else
+#define KALVIRO_ANY_PROCESSOR
+#endif
+
+namespace kalviro {
 
 // The builders on the lanes of L, whole vectors at a time; the last one
 // may reach past first + count, and only its first lanes are stored.
@@ -72,6 +81,8 @@ void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t*
     *lo = l;
     *hi = h;
 }
+
+}  // namespace kalviro
 
 // The builders of one set, in the file compiled for it: W lanes, in a
 // namespace of their own (see Vector's Tag). The whole kernel is inlined

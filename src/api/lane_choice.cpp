@@ -31,6 +31,7 @@ const LaneBuilders kScalar{"scalar", 1, directScalar, ladderScalar, grayRangeSca
 
 bool hasAvx512() {
 #if defined(__x86_64__)
+    __builtin_cpu_init();  // may run before the constructors that would
     return __builtin_cpu_supports("avx512f") != 0;
 #else
     return false;
@@ -39,6 +40,7 @@ bool hasAvx512() {
 
 bool hasAvx2() {
 #if defined(__x86_64__)
+    __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") != 0;
 #else
     return false;

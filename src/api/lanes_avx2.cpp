@@ -9,7 +9,7 @@
 
 KALVIRO_LANE_BUILDERS(avx2, 8)
 
-const kalviro::LaneBuilders* kalviro::avx2Builders() { return &lanes_avx2::kBuilders; }
+KALVIRO_ANY_PROCESSOR const kalviro::LaneBuilders* kalviro::avx2Builders() { return &lanes_avx2::kBuilders; }
 #else
 const kalviro::LaneBuilders* kalviro::avx2Builders() { return nullptr; }
 #endif

@@ -9,7 +9,9 @@
 
 KALVIRO_LANE_BUILDERS(avx512, 16)
 
-const kalviro::LaneBuilders* kalviro::avx512Builders() { return &lanes_avx512::kBuilders; }
+KALVIRO_ANY_PROCESSOR const kalviro::LaneBuilders* kalviro::avx512Builders() {
+    return &lanes_avx512::kBuilders;
+}
 #else
 const kalviro::LaneBuilders* kalviro::avx512Builders() { return nullptr; }
 #endif

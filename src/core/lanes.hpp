@@ -87,8 +87,8 @@ KALVIRO_VECTOR_TYPES(16)
 // W floats fill one of the processor's registers; their doubles fill two,
 // and GCC takes a vector wider than a register apart lane by lane in
 // comparisons and broadcasts. So doubles are a pair of halves, each an
-// ordinary vector of W / 2.
-template <int W>
+// ordinary vector of W / 2. Tag as in Vector.
+template <int W, typename Tag>
 struct DoublePair {
     using H = typename VectorTypes<W / 2>::D;
     H lo, hi;
@@ -115,7 +115,7 @@ struct Vector {
     using I = typename VectorTypes<W>::I;
     using U = typename VectorTypes<W>::U;
     using M = decltype(F{} < F{});
-    using D = DoublePair<W>;
+    using D = DoublePair<W, Tag>;
     using H = typename D::H;
     using HM = decltype(H{} < H{});
     struct MD {

@@ -4,7 +4,6 @@
 // final_scaling.hpp are these on one lane.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 #include "core/final_scaling.hpp"
@@ -49,10 +48,13 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
             }
             return p;
         };
+        // Plain integers here: a library template instantiated in the files
+        // of wider vector sets could stand in for the baseline copy.
         const int step = (count + 3) / 4;
-        row = firstOf(std::max(0, count - step), count - 1);
+        const auto from = [step](int end) { return end > step ? end - step : 0; };
+        row = firstOf(from(count), count - 1);
         for (int end = count - step; end > 0; end -= step) {
-            row.take(v <= rows[end - 1].grayHigh, firstOf(std::max(0, end - step), end - 1));
+            row.take(v <= rows[end - 1].grayHigh, firstOf(from(end), end - 1));
         }
         const auto held = L::both(rows[0].grayLow < v, v <= rows[count - 1].grayHigh);
         Pick other;
