@@ -395,6 +395,11 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     }
     float perPixel[kMaxPixels];
     std::memcpy(perPixel, gOut, in.count * sizeof *gOut);
+    FUZZ_CHECK(kalviro_convert_frame_threads(real, block, in.pixels, in.count, in.emissivity, in.distance,
+                                             gOut, &gTable, 2) == 0,
+               "kalviro_convert_frame_threads refused a frame");
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame on two threads differs from one");
     gCalls = 0;
     kalviro_convert_frame(counted, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
     FUZZ_CHECK(gCalls == hi - lo + 1, "%u conversions for the span %u to %u", gCalls, lo, hi);

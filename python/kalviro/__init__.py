@@ -146,14 +146,16 @@ class Camera(_kalviro.Camera):
         height: Optional[int] = None,
         emissivity: float = 1.0,
         distance: float = 0.0,
+        threads: int = 1,
     ) -> Iterator[Temperatures]:
         """Converts frames in order, yielding a new float32 array for each.
 
         frames is the path of a raw sequence file, read with read_frames
         (width and height then needed), or any iterable of (image, block).
+        threads > 1 shares each frame among that many threads.
         """
         if isinstance(frames, (str, os.PathLike)):
             if width is None or height is None:
                 raise TypeError("convert_sequence: a path needs width and height")
             frames = read_frames(frames, width, height)
-        return (self.convert(image, block, emissivity, distance) for image, block in frames)
+        return (self.convert(image, block, emissivity, distance, threads=threads) for image, block in frames)

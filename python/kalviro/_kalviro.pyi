@@ -41,4 +41,5 @@ class Camera:
         emissivity: float = 1.0,
         distance: float = 0.0,
         out: Optional[npt.NDArray[np.float32]] = None,
+        threads: int = 1,
     ) -> npt.NDArray[np.float32]: ...

@@ -82,7 +82,7 @@ int32_t PyCamera::temp2gray(py::handle block, double temp, double tempMin, doubl
 }
 
 py::array PyCamera::convert(py::handle image, py::handle block, float emissivity, float distance,
-                            py::handle out) {
+                            py::handle out, int32_t threads) {
     const ImageView img(image);
     const BlockView b(block, true);
     const OutView to(out, img, b);
@@ -93,7 +93,7 @@ py::array PyCamera::convert(py::handle image, py::handle block, float emissivity
         const uint16_t* pixels = img.pixels(scratch_);
         const int32_t first = img.count() != 0 ? pixels[0] : 0;
         camera_.init(first, b.info(), emissivity, distance);
-        camera_.realFrame(pixels, img.count(), b.info(), emissivity, distance, to.data(), *table_);
+        camera_.realFrame(pixels, img.count(), b.info(), emissivity, distance, to.data(), *table_, threads);
     }
     return to.array();
 }
@@ -131,11 +131,12 @@ it writable.)")
              "scale from (temp_min, gray_min) to (temp_max, gray_max); temperatures in degrees, rounded "
              "to hundredths. Needs the per-frame call for this block first.")
         .def("convert", &PyCamera::convert, "image"_a, "block"_a, "emissivity"_a = 1.0f, "distance"_a = 0.0f,
-             "out"_a = py::none(),
+             "out"_a = py::none(), "threads"_a = 1,
              "Converts a frame: the per-frame call with the image's first pixel, which writes its fields "
              "back into block, then every pixel of the 2-D uint16 image (any strides) through the "
              "whole-frame table. Returns a new float32 array of the image's shape, or fills out (float32, "
-             "C-contiguous, that shape) and returns it. The GIL is released meanwhile.");
+             "C-contiguous, that shape) and returns it. threads > 1 shares the frame with the library's "
+             "workers (the same bits). The GIL is released meanwhile.");
 }
 
 }  // namespace kalviro::binding

@@ -31,7 +31,8 @@ public:
                       int32_t grayMax, float emissivity);
     // The per-frame call with the image's first pixel, then every pixel
     // through the whole-frame table.
-    py::array convert(py::handle image, py::handle block, float emissivity, float distance, py::handle out);
+    py::array convert(py::handle image, py::handle block, float emissivity, float distance, py::handle out,
+                      int32_t threads);
 
 private:
     // Runs f holding the lock. Whoever waits for the lock has let the GIL go,
