@@ -151,9 +151,13 @@ TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
     }
 }
 
-// Rows in order are searched as the first whose grayHigh v does not exceed:
-// the same row as the search in order, on every bound, next to it, beyond
-// both sentinels and for NaN, with and without a row to fall back on.
+// Rows in order are searched as the first whose grayHigh v does not exceed,
+// in four groups or, by index on sixteen lanes, by halving: the same row as
+// the search in order, on every bound, next to it, beyond both sentinels
+// and for NaN, with and without a row to fall back on.
+struct SixteenLanes {};
+using Lanes16 = Vector<16, SixteenLanes>;
+
 TEST(RowsInOrder, FindTheRowOfTheSearchInOrder) {
     Block b = plainRange2(0.0f);
     Camera cam(21);
@@ -168,11 +172,15 @@ TEST(RowsInOrder, FindTheRowOfTheSearchInOrder) {
                               {std::nextafter(bound, -INFINITY), bound, std::nextafter(bound, INFINITY)});
             }
         }
+        const RowColumns columns = rowColumns(rows, n);
         for (const TempSegment* fallback : {static_cast<const TempSegment*>(nullptr), &rows[1]}) {
             for (float v : probes) {
-                const float fast = segmentLookupOpenClosed<Scalar>(rows, n, true, v, fallback);
-                const float plain = segmentLookupOpenClosed<Scalar>(rows, n, false, v, fallback);
-                EXPECT_EQ(std::memcmp(&fast, &plain, sizeof fast), 0) << v;
+                const float plain = segmentLookupOpenClosed<Scalar>(rows, n, false, nullptr, v, fallback);
+                const float grouped = segmentLookupOpenClosed<Scalar>(rows, n, true, nullptr, v, fallback);
+                const float halved =
+                    segmentLookupOpenClosed<Lanes16>(rows, n, true, &columns, Lanes16::splat(v), fallback)[7];
+                EXPECT_EQ(std::memcmp(&grouped, &plain, sizeof plain), 0) << v;
+                EXPECT_EQ(std::memcmp(&halved, &plain, sizeof plain), 0) << v;
                 if (fallback == nullptr) {
                     EXPECT_EQ(plain, segmentLookup(rows, n, v, RowTest::OpenClosed)) << v;
                 }

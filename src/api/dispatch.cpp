@@ -92,13 +92,17 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
 template <typename Use>
 auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emissivity, float distance,
               bool many, Use&& use) {
+    const auto run = [&](auto plan) {
+        if (many) withColumns(plan);
+        return use(plan);
+    };
     switch (m.family) {
-        case Family::Direct: return use(direct::pixelPlan(*m.direct, st, b, emissivity, distance));
-        case Family::Direct4: return use(direct::pixelPlan(*m.direct4, st, b, emissivity, distance));
+        case Family::Direct: return run(direct::pixelPlan(*m.direct, st, b, emissivity, distance));
+        case Family::Direct4: return run(direct::pixelPlan(*m.direct4, st, b, emissivity, distance));
         case Family::Ladder:
         case Family::Ladder4: break;
     }
-    return use(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance, many));
+    return run(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance, many));
 }
 
 float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,

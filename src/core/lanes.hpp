@@ -64,6 +64,10 @@ struct Scalar {
     static void store(float* out, F x, int count) {
         if (count > 0) *out = x;
     }
+
+    // One lane reads a table by index at no cost.
+    static constexpr bool kLookup = true;
+    static F lookup(const float* table, I idx) { return table[idx]; }
 };
 
 // The vector types of W lanes (GCC's and clang's vector extensions), spelt
@@ -208,6 +212,41 @@ struct Vector {
         }
         for (int k = 0; k < count; ++k) out[k] = x[k];
     }
+
+    // table[idx] in every lane, from a table of 2W entries: GCC turns a
+    // shuffle by a mask of variables into the processor's permute (vpermps
+    // and a blend on AVX2, one vpermt2ps on AVX-512). clang has no such
+    // shuffle, and the base sets no such permute: there kernels select.
+#if defined(__GNUC__) && !defined(__clang__)
+    static constexpr bool kLookup = W >= 8;
+    static F lookup(const float* table, I idx) {
+        F a, b;
+        std::memcpy(&a, table, sizeof a);
+        std::memcpy(&b, table + W, sizeof b);
+        return __builtin_shuffle(a, b, idx);
+    }
+#else
+    static constexpr bool kLookup = false;
+    static F lookup(const float* table, I idx) {
+        F r = splat(table[2 * W - 1]);
+        for (int k = 2 * W - 2; k >= 0; --k) r = select(idx == k, splat(table[k]), r);
+        return r;
+    }
+#endif
 };
+
+// How many entries of a table that does not fall, padded at the top with
+// +inf to 2^levels entries, are not at least x: the index of the first entry
+// x does not exceed, found by halving. A NaN x passes them all. Lanes that
+// look entries up by index need levels lookups, not 2^levels selects.
+template <class L>
+typename L::I rank(const float* table, int levels, typename L::F x) {
+    auto idx = L::splat(int32_t{0});
+    for (int step = 1 << (levels - 1); step >= 1; step >>= 1) {
+        const auto probe = L::add(idx, L::splat(step - 1));
+        idx = L::select(L::no(x <= L::lookup(table, probe)), L::add(idx, L::splat(step)), idx);
+    }
+    return idx;
+}
 
 }  // namespace kalviro

@@ -7,6 +7,8 @@
 #include <cstdint>
 
 #include "core/final_scaling.hpp"
+#include "core/lanes.hpp"
+#include "core/segment_table.hpp"
 #include "kalviro.h"
 
 namespace kalviro {
@@ -14,9 +16,12 @@ namespace kalviro {
 // The raw temperature of v through the first row, in order, that holds it
 // (grayLow < v <= grayHigh), or through `fallback` when none does; 0.0 when
 // none does and there is no fallback. The row's parameters are picked per
-// lane, then the row's formula runs once.
+// lane, then the row's formula runs once. Rows in order (rowsInOrder) are
+// the first whose grayHigh v does not exceed: with columns, lanes that look
+// up by index halve their way to it; others search four groups side by side.
 template <class L>
-typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool inOrder, typename L::F v,
+typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool inOrder,
+                                      const RowColumns* columns, typename L::F v,
                                       const TempSegment* fallback) {
     using F = typename L::F;
     struct Pick {
@@ -36,25 +41,34 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
     const TempSegment none{0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
     Pick row;
     if (inOrder) {
-        // The first row whose grayHigh v does not exceed, within four
-        // groups searched side by side (rowsInOrder).
-        const auto firstOf = [&](int from, int to) {
-            Pick p;
-            p.take(rows[to]);
-            for (int i = to - 1; i >= from; --i) {
-                Pick r;
-                r.take(rows[i]);
-                p.take(v <= rows[i].grayHigh, r);
+        if constexpr (L::kLookup && L::N > 1) {
+            if (columns != nullptr) {
+                const auto i = rank<L>(columns->grayHigh, RowColumns::kLevels, v);
+                const auto at = L::select(i < count, i, L::splat(int32_t{count - 1}));
+                row.grayBase = L::lookup(columns->grayBase, at);
+                row.graySlope = L::lookup(columns->graySlope, at);
+                row.tempBase = L::lookup(columns->tempBase, at);
             }
-            return p;
-        };
-        // Plain integers here: a library template instantiated in the files
-        // of wider vector sets could stand in for the baseline copy.
-        const int step = (count + 3) / 4;
-        const auto from = [step](int end) { return end > step ? end - step : 0; };
-        row = firstOf(from(count), count - 1);
-        for (int end = count - step; end > 0; end -= step) {
-            row.take(v <= rows[end - 1].grayHigh, firstOf(from(end), end - 1));
+        }
+        if (columns == nullptr || !(L::kLookup && L::N > 1)) {
+            const auto firstOf = [&](int from, int to) {
+                Pick p;
+                p.take(rows[to]);
+                for (int i = to - 1; i >= from; --i) {
+                    Pick r;
+                    r.take(rows[i]);
+                    p.take(v <= rows[i].grayHigh, r);
+                }
+                return p;
+            };
+            // Plain integers here: a library template instantiated in the
+            // files of wider vector sets could stand in for the baseline copy.
+            const int step = (count + 3) / 4;
+            const auto from = [step](int end) { return end > step ? end - step : 0; };
+            row = firstOf(from(count), count - 1);
+            for (int end = count - step; end > 0; end -= step) {
+                row.take(v <= rows[end - 1].grayHigh, firstOf(from(end), end - 1));
+            }
         }
         const auto held = L::both(rows[0].grayLow < v, v <= rows[count - 1].grayHigh);
         Pick other;

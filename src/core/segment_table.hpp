@@ -42,6 +42,36 @@ inline bool rowsInOrder(const TempSegment* rows, int count) {
     return true;
 }
 
+// Rows in order as columns, for lanes that look a row up by its index: up
+// to 15 rows, the bounds padded with +inf, room for a lookup of 32 lanes.
+struct RowColumns {
+    static constexpr int kRows = 15;
+    static constexpr int kLevels = 4;  // 2^4 bounds to halve
+    float grayHigh[32];
+    float grayBase[32];
+    float graySlope[32];
+    float tempBase[32];
+};
+
+inline RowColumns rowColumns(const TempSegment* rows, int count) {
+    RowColumns c{};
+    for (int i = 0; i < 32; ++i) {
+        const TempSegment& r = rows[i < count ? i : count - 1];
+        c.grayHigh[i] = i < count ? r.grayHigh : __builtin_inff();
+        c.grayBase[i] = r.grayBase;
+        c.graySlope[i] = r.graySlope;
+        c.tempBase[i] = r.tempBase;
+    }
+    return c;
+}
+
+// Gives a plan for many gray values its columns, where its rows are in order.
+template <typename Plan>
+void withColumns(Plan& p) {
+    p.byColumns = p.rowsInOrder && p.rowCount <= RowColumns::kRows;
+    if (p.byColumns) p.columns = rowColumns(p.rows, p.rowCount);
+}
+
 // The row's formula applied whether or not the row holds v.
 inline float segmentTemp(const TempSegment& r, float v) {
     return (v - r.grayBase) / r.graySlope + r.tempBase;

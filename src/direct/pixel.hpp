@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "core/final_scaling.hpp"
+#include "core/segment_table.hpp"
 #include "core/state.hpp"
 #include "direct/recipe.hpp"
 
@@ -26,6 +27,10 @@ struct PixelPlan {
     const TempSegment* rows;
     int rowCount;  // 0: no lookup
     bool rowsInOrder;
+    // Frames only: the rows in order as columns (withColumns).
+    bool byColumns;
+    RowColumns columns;
+    const RowColumns* columnsOrNull() const { return byColumns ? &columns : nullptr; }
     bool unknownRange;   // 12, 60: v is 0
     int32_t percentRow;  // 12, 60: the row that replaces the lookup, 0 for none
     float air;

@@ -150,6 +150,8 @@ LadderPlan ladderPlan(float emissivity, float baseTemp) {
         plan.qEdge[bin] = hundredthsThreshold(plan.edge[bin]);
     }
     for (int bin = 0; bin < kBins; ++bin) plan.factor[bin] = polynomial(rowFor(emissivity, bin), emissivity);
+    for (int i = kEdges; i < 32; ++i) plan.qEdge[i] = std::numeric_limits<float>::infinity();
+    for (int i = kBins; i < 32; ++i) plan.factor[i] = plan.factor[kBins - 1];
     return plan;
 }
 

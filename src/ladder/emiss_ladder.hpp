@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "core/lanes.hpp"
+
 namespace kalviro::ladder {
 
 // lowerBand: emissivity below 0.5; upperBand: everything else. Bins 0 to 4
@@ -35,9 +37,12 @@ float ladderFactor(float emissivity, double x, float baseTemp);
 // with q, so x <= edge holds exactly for the floats q up to a threshold,
 // the largest float whose quotient is still at most the edge.
 struct LadderPlan {
+    static constexpr int kLevels = 5;  // 2^5 thresholds to halve
     double edge[kEdges];
-    float qEdge[kEdges];  // the threshold of each edge on q
-    float factor[kBins];
+    // The threshold of each edge on q, then +inf; the factor of each bin,
+    // then that of the last: 32 entries for lanes that look up by index.
+    float qEdge[32];
+    float factor[32];
 
     float factorAt(double x) const;
 };
@@ -50,6 +55,9 @@ struct LadderPlan {
 // last edge holds has the bin.
 template <class L>
 typename L::F factorAt(const LadderPlan& plan, typename L::F q) {
+    if constexpr (L::kLookup && 2 * L::N >= 32) {
+        return L::lookup(plan.factor, rank<L>(plan.qEdge, LadderPlan::kLevels, q));
+    }
     // The first bin of [from, to) whose edge holds, else bin `to`.
     const auto firstOf = [&](int from, int to) {
         auto f = L::splat(plan.factor[to]);

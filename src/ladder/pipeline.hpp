@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "core/segment_table.hpp"
 #include "core/state.hpp"
 #include "ladder/emiss_ladder.hpp"
 #include "ladder/member.hpp"
@@ -40,6 +41,10 @@ struct PixelPlan {
     const TempSegment* rows;
     int rowCount;
     bool rowsInOrder;
+    // Frames only: the rows in order as columns (withColumns).
+    bool byColumns;
+    RowColumns columns;
+    const RowColumns* columnsOrNull() const { return byColumns ? &columns : nullptr; }
     int32_t percentRow;  // 0: none
     // Atmosphere, ladder, final form.
     AirPlan air;
