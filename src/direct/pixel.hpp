@@ -30,7 +30,6 @@ struct PixelPlan {
     // Frames only: the rows in order as columns (withColumns).
     bool byColumns;
     RowColumns columns;
-    const RowColumns* columnsOrNull() const { return byColumns ? &columns : nullptr; }
     bool unknownRange;   // 12, 60: v is 0
     int32_t percentRow;  // 12, 60: the row that replaces the lookup, 0 for none
     float air;

@@ -20,7 +20,8 @@ typename L::F pixelHundredths(const PixelPlan& p, typename L::I gray) {
     // In 12 and 60 a low emissivity's row replaces the lookup.
     const auto T = p.percentRow != 0
                        ? segmentTemp<L>(p.rows[p.percentRow], v)
-                       : segmentLookupOpenClosed<L>(p.rows, p.rowCount, p.rowsInOrder, p.columnsOrNull(), v, nullptr);
+                       : segmentLookupOpenClosed<L>(p.rows, p.rowCount, p.rowsInOrder,
+                                                    p.byColumns ? &p.columns : nullptr, v, nullptr);
 
     const auto Tc = airCorrection<L>(T, p.air, p.airExp, p.A3);
     const auto F = scalePixel<L>(Tc, p.factor, p.air, p.gain, p.offset);

@@ -44,7 +44,6 @@ struct PixelPlan {
     // Frames only: the rows in order as columns (withColumns).
     bool byColumns;
     RowColumns columns;
-    const RowColumns* columnsOrNull() const { return byColumns ? &columns : nullptr; }
     int32_t percentRow;  // 0: none
     // Atmosphere, ladder, final form.
     AirPlan air;

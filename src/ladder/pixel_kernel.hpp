@@ -72,8 +72,8 @@ template <class L>
 typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
     const auto v = grayValue<L>(p, gray);
     const TempSegment* fallback = p.percentRow != 0 ? &p.rows[p.percentRow] : nullptr;
-    const auto raw =
-        segmentLookupOpenClosed<L>(p.rows, p.rowCount, p.rowsInOrder, p.columnsOrNull(), v, fallback);
+    const auto raw = segmentLookupOpenClosed<L>(p.rows, p.rowCount, p.rowsInOrder,
+                                                p.byColumns ? &p.columns : nullptr, v, fallback);
     const auto apparent = airApply<L>(p.air, raw);
 
     // The ladder sees the apparent temperature through hundredths, uncut.
