@@ -33,8 +33,7 @@ struct Scalar {
     using F = float;
     using D = double;
     using I = int32_t;
-    using M = bool;   // mask of a float or int comparison
-    using MD = bool;  // mask of a double comparison
+    using M = bool;  // mask of a comparison
 
     static F splat(float x) { return x; }
     static D splat(double x) { return x; }
@@ -53,13 +52,9 @@ struct Scalar {
     static F select(M m, F a, F b) { return m ? a : b; }
     static D select(M m, D a, D b) { return m ? a : b; }
     static I select(M m, I a, I b) { return m ? a : b; }
-    static D selectWide(MD m, D a, D b) { return m ? a : b; }
-    static MD atMost(D x, double bound) { return x <= bound; }
     static M both(M a, M b) { return a && b; }
     static M either(M a, M b) { return a || b; }
     static M no(M a) { return !a; }
-    static M narrowMask(MD m) { return m; }
-    static MD wideMask(M m) { return m; }
 
     static void store(float* out, F x, int count) {
         if (count > 0) *out = x;
@@ -194,7 +189,6 @@ struct Vector {
     static M both(M a, M b) { return a & b; }
     static M either(M a, M b) { return a | b; }
     static M no(M a) { return ~a; }
-    static MD atMost(D x, double bound) { return {x.lo <= bound, x.hi <= bound}; }
     static M narrowMask(MD m) {
         using HI = typename VectorTypes<W / 2>::I;
         return join(__builtin_convertvector(m.lo, HI), __builtin_convertvector(m.hi, HI), Lanes{});
