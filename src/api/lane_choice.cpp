@@ -31,7 +31,7 @@ const LaneBuilders kScalar{"scalar", 1, directScalar, ladderScalar, grayRangeSca
 
 bool hasAvx512() {
 #if defined(__x86_64__)
-    __builtin_cpu_init();  // may run before the constructors that would
+    __builtin_cpu_init();  // a frame may come before the constructor that would run it
     return __builtin_cpu_supports("avx512f") != 0;
 #else
     return false;
