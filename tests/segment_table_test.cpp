@@ -152,10 +152,13 @@ TEST(Range3, RowsSevenToElevenStayStaleAndHarmless) {
 }
 
 // Rows in order are searched as the first whose grayHigh v does not exceed,
-// in four groups or, by index on sixteen lanes, by halving: the same row as
-// the search in order, on every bound, next to it, beyond both sentinels
-// and for NaN, with and without a row to fall back on.
+// between the bounds of a vector's lanes or, by index on sixteen lanes, by
+// halving: the same row as the search in order, on every bound, next to it,
+// beyond both sentinels and for NaN, with and without a row to fall back on,
+// and with lanes that fall in different rows.
+struct FourLanes {};
 struct SixteenLanes {};
+using Lanes4 = Vector<4, FourLanes>;
 using Lanes16 = Vector<16, SixteenLanes>;
 
 TEST(RowsInOrder, FindTheRowOfTheSearchInOrder) {
@@ -174,12 +177,17 @@ TEST(RowsInOrder, FindTheRowOfTheSearchInOrder) {
         }
         const RowColumns columns = rowColumns(rows, n);
         for (const TempSegment* fallback : {static_cast<const TempSegment*>(nullptr), &rows[1]}) {
-            for (float v : probes) {
+            for (size_t j = 0; j < probes.size(); ++j) {
+                const float v = probes[j];
                 const float plain = segmentLookupOpenClosed<Scalar>(rows, n, false, nullptr, v, fallback);
-                const float grouped = segmentLookupOpenClosed<Scalar>(rows, n, true, nullptr, v, fallback);
+                const float one = segmentLookupOpenClosed<Scalar>(rows, n, true, nullptr, v, fallback);
+                const Lanes4::F four{v, probes[(j + 5) % probes.size()], probes[(j + 11) % probes.size()], v};
+                const float bounded =
+                    segmentLookupOpenClosed<Lanes4>(rows, n, true, nullptr, four, fallback)[3];
                 const float halved =
                     segmentLookupOpenClosed<Lanes16>(rows, n, true, &columns, Lanes16::splat(v), fallback)[7];
-                EXPECT_EQ(std::memcmp(&grouped, &plain, sizeof plain), 0) << v;
+                EXPECT_EQ(std::memcmp(&one, &plain, sizeof plain), 0) << v;
+                EXPECT_EQ(std::memcmp(&bounded, &plain, sizeof plain), 0) << v;
                 EXPECT_EQ(std::memcmp(&halved, &plain, sizeof plain), 0) << v;
                 if (fallback == nullptr) {
                     EXPECT_EQ(plain, segmentLookup(rows, n, v, RowTest::OpenClosed)) << v;

@@ -60,6 +60,13 @@ struct Scalar {
         if (count > 0) *out = x;
     }
 
+    // The smallest and largest lane that is no NaN (+inf, -inf if none).
+    static void extent(F x, float& lo, float& hi) {
+        lo = x == x ? x : __builtin_inff();
+        hi = x == x ? x : -__builtin_inff();
+    }
+    static bool anyNaN(F x) { return x != x; }
+
     // One lane reads a table by index at no cost.
     static constexpr bool kLookup = true;
     static F lookup(const float* table, I idx) { return table[idx]; }
@@ -198,6 +205,29 @@ struct Vector {
                 __builtin_convertvector(high(m, Halves{}), HM)};
     }
 
+    // The smallest and largest lane that is no NaN (+inf, -inf if none),
+    // halving the vector: log2(W) steps, not W extractions.
+    static void extent(F x, float& lo, float& hi) {
+        const M bad = x != x;
+        lo = fold<W, false>(select(bad, splat(__builtin_inff()), x), std::make_index_sequence<W / 2>{});
+        hi = fold<W, true>(select(bad, splat(-__builtin_inff()), x), std::make_index_sequence<W / 2>{});
+    }
+    static bool anyNaN(F x) {
+        return fold<W, true>(select(x != x, splat(1.0f), splat(0.0f)), std::make_index_sequence<W / 2>{}) >
+               0.0f;
+    }
+    template <int K, bool Most, typename V, size_t... J>
+    static float fold(V x, std::index_sequence<J...>) {
+        if constexpr (K == 2) {
+            return Most ? (x[1] > x[0] ? x[1] : x[0]) : (x[1] < x[0] ? x[1] : x[0]);
+        } else {
+            const auto a = __builtin_shufflevector(x, x, J...);
+            const auto b = __builtin_shufflevector(x, x, (J + K / 2)...);
+            return fold<K / 2, Most>(Most ? (b > a ? b : a) : (b < a ? b : a),
+                                     std::make_index_sequence<K / 4>{});
+        }
+    }
+
     // The first count lanes (all when count >= W).
     static void store(float* out, F x, int count) {
         if (count >= W) {
@@ -228,6 +258,20 @@ struct Vector {
     }
 #endif
 };
+
+// Where the lanes of x stop in `count` bounds that do not fall (bound(i)):
+// for each lane the first bound x does not exceed lies between `first` and
+// `last` (count where there is none). Lanes of neighbouring gray values
+// nearly always share one; NaN lanes are left out.
+template <class L, class Bound>
+void laneBounds(int count, Bound bound, typename L::F x, int& first, int& last) {
+    float lo, hi;
+    L::extent(x, lo, hi);
+    first = 0;
+    while (first < count && !(lo <= bound(first))) ++first;
+    last = first;
+    while (last < count && !(hi <= bound(last))) ++last;
+}
 
 // How many entries of a table that does not fall, padded at the top with
 // +inf to 2^levels entries, are not at least x: the index of the first entry

@@ -18,7 +18,8 @@ namespace kalviro {
 // none does and there is no fallback. The row's parameters are picked per
 // lane, then the row's formula runs once. Rows in order (rowsInOrder) are
 // the first whose grayHigh v does not exceed: with columns, lanes that look
-// up by index halve their way to it; others search four groups side by side.
+// up by index halve their way to it; others search only the rows between
+// those of their smallest and largest v.
 template <class L>
 typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool inOrder,
                                       const RowColumns* columns, typename L::F v,
@@ -51,23 +52,17 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
             }
         }
         if (columns == nullptr || !(L::kLookup && L::N > 1)) {
-            const auto firstOf = [&](int from, int to) {
-                Pick p;
-                p.take(rows[to]);
-                for (int i = to - 1; i >= from; --i) {
-                    Pick r;
-                    r.take(rows[i]);
-                    p.take(v <= rows[i].grayHigh, r);
-                }
-                return p;
-            };
-            // Plain integers here: a library template instantiated in the
-            // files of wider vector sets could stand in for the baseline copy.
-            const int step = (count + 3) / 4;
-            const auto from = [step](int end) { return end > step ? end - step : 0; };
-            row = firstOf(from(count), count - 1);
-            for (int end = count - step; end > 0; end -= step) {
-                row.take(v <= rows[end - 1].grayHigh, firstOf(from(end), end - 1));
+            // Each held lane's row lies between the lanes' bounds; lanes
+            // above the last grayHigh are not held and take any row.
+            int first = 0, last = 0;
+            laneBounds<L>(
+                count, [rows](int i) { return rows[i].grayHigh; }, v, first, last);
+            if (last > count - 1) last = count - 1;
+            row.take(rows[last]);
+            for (int i = last - 1; i >= first; --i) {
+                Pick r;
+                r.take(rows[i]);
+                row.take(v <= rows[i].grayHigh, r);
             }
         }
         const auto held = L::both(rows[0].grayLow < v, v <= rows[count - 1].grayHigh);

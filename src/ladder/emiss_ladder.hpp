@@ -50,24 +50,23 @@ struct LadderPlan {
 // The factor of the first bin whose edge the apparent temperature does not
 // pass, lane by lane, from q in hundredths. The edges rise (so do their
 // thresholds, and a NaN base temperature makes them all NaN), so within
-// q's bin and above every test holds and below none does: the bins fall
-// into four groups, each searched on its own, and the first group whose
-// last edge holds has the bin.
+// q's bin and above every test holds and below none does: lanes that look
+// up by index halve their way to it; others search only the bins between
+// those of their smallest and largest q.
 template <class L>
 typename L::F factorAt(const LadderPlan& plan, typename L::F q) {
     if constexpr (L::kLookup && 2 * L::N >= 32) {
         return L::lookup(plan.factor, rank<L>(plan.qEdge, LadderPlan::kLevels, q));
     }
-    // The first bin of [from, to) whose edge holds, else bin `to`.
-    const auto firstOf = [&](int from, int to) {
-        auto f = L::splat(plan.factor[to]);
-        for (int bin = to - 1; bin >= from; --bin)
-            f = L::select(q <= plan.qEdge[bin], L::splat(plan.factor[bin]), f);
-        return f;
-    };
-    const auto a = firstOf(0, 5), b = firstOf(6, 11), c = firstOf(12, 17), d = firstOf(18, kEdges);
-    return L::select(q <= plan.qEdge[5], a,
-                     L::select(q <= plan.qEdge[11], b, L::select(q <= plan.qEdge[17], c, d)));
+    // NaN lanes pass every edge: the last bin is theirs.
+    int first = 0, last = 0;
+    laneBounds<L>(
+        kEdges, [&plan](int i) { return plan.qEdge[i]; }, q, first, last);
+    if (L::anyNaN(q)) last = kEdges;
+    auto f = L::splat(plan.factor[last]);
+    for (int bin = last - 1; bin >= first; --bin)
+        f = L::select(q <= plan.qEdge[bin], L::splat(plan.factor[bin]), f);
+    return f;
 }
 
 LadderPlan ladderPlan(float emissivity, float baseTemp);
