@@ -57,7 +57,10 @@ void buildSpan(const Plan& plan, int32_t first, int32_t count, float* out, Kerne
     for (int32_t i = 0; i < count; i += L::N) L::store(out + i, kernel(plan, L::iota(first + i)), count - i);
 }
 
-// The range of gray values, a register of them at a time.
+// The smallest and largest of count gray values, one at a time (65535 and 0
+// for none); and a register of them at a time.
+void grayRangeScalar(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi);
+
 template <typename Grays, typename Tag>
 void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi) {
     constexpr uint64_t K = sizeof(Grays) / sizeof(uint16_t);
@@ -69,14 +72,11 @@ void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t*
         a = v < a ? v : a;
         b = v > b ? v : b;
     }
-    uint16_t l = 65535, h = 0;
+    uint16_t l, h;
+    grayRangeScalar(pixels + i, count - i, &l, &h);  // the pixels after the last register
     for (uint64_t k = 0; k < K; ++k) {
         l = a[k] < l ? a[k] : l;
         h = b[k] > h ? b[k] : h;
-    }
-    for (; i < count; ++i) {
-        l = pixels[i] < l ? pixels[i] : l;
-        h = pixels[i] > h ? pixels[i] : h;
     }
     *lo = l;
     *hi = h;

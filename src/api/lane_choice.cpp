@@ -17,16 +17,6 @@ void ladderScalar(const ladder::PixelPlan& plan, int32_t first, int32_t count, f
     for (int32_t i = 0; i < count; ++i) out[i] = ladder::pixelDegrees<Scalar>(plan, first + i);
 }
 
-void grayRangeScalar(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi) {
-    uint16_t l = 65535, h = 0;
-    for (uint64_t i = 0; i < count; ++i) {
-        l = pixels[i] < l ? pixels[i] : l;
-        h = pixels[i] > h ? pixels[i] : h;
-    }
-    *lo = l;
-    *hi = h;
-}
-
 const LaneBuilders kScalar{"scalar", 1, directScalar, ladderScalar, grayRangeScalar};
 
 bool hasAvx512() {
@@ -48,6 +38,16 @@ bool hasAvx2() {
 }
 
 }  // namespace
+
+void grayRangeScalar(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi) {
+    uint16_t l = 65535, h = 0;
+    for (uint64_t i = 0; i < count; ++i) {
+        l = pixels[i] < l ? pixels[i] : l;
+        h = pixels[i] > h ? pixels[i] : h;
+    }
+    *lo = l;
+    *hi = h;
+}
 
 int runnableLaneBuilders(const LaneBuilders* sets[], int capacity) {
     struct Candidate {

@@ -42,8 +42,10 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
     const TempSegment none{0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
     Pick row;
     if (inOrder) {
+        bool picked = false;
         if constexpr (L::kLookup && L::N > 1) {
             if (columns != nullptr) {
+                picked = true;
                 const auto i = rank<L>(columns->grayHigh, RowColumns::kLevels, v);
                 const auto at = L::select(i < count, i, L::splat(int32_t{count - 1}));
                 row.grayBase = L::lookup(columns->grayBase, at);
@@ -51,7 +53,7 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
                 row.tempBase = L::lookup(columns->tempBase, at);
             }
         }
-        if (columns == nullptr || !(L::kLookup && L::N > 1)) {
+        if (!picked) {
             // Each held lane's row lies between the lanes' bounds; lanes
             // above the last grayHigh are not held and take any row.
             int first = 0, last = 0;
