@@ -9,7 +9,7 @@
 #include "commands.hpp"
 #include "failure.hpp"
 #include "palette.hpp"
-#include "pending_files.hpp"
+#include "signals.hpp"
 #include "synth_scene.hpp"
 
 namespace {
@@ -30,6 +30,7 @@ void addFileOptions(CLI::App* cmd, std::string& file, int32_t& calType, std::opt
 }  // namespace
 
 int main(int argc, char** argv) {
+    handleSignals();
     CLI::App app{"kalviro: thermal-camera frames to temperatures: inspect, convert, export, render",
                  "kalviro"};
     app.require_subcommand(1);
@@ -101,7 +102,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 2;
     }
-    removePendingOnSignal();
     try {
         if (listCmd->parsed()) runList(list);
         if (infoCmd->parsed()) runInfo(info);
@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
         if (t2gCmd->parsed()) runTemp2Gray(t2g);
     } catch (const Failure& e) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
-        return 1;
+        return stopSignal() != 0 ? 128 + stopSignal() : 1;
     } catch (const std::bad_alloc&) {
         std::fprintf(stderr, "kalviro: out of memory\n");
         return 1;
@@ -118,5 +118,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;
     }
-    return 0;
+    // A recording stopped by a signal was kept; the exit says what stopped it.
+    return stopSignal() != 0 ? 128 + stopSignal() : 0;
 }

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 
 #include "block_fields.hpp"
 #include "failure.hpp"
@@ -54,6 +56,22 @@ std::vector<std::string> plannedNames(const std::string& target, const RunInfo& 
     std::vector<std::string> names;
     if (end) {
         for (uint64_t i = first; i < *end; ++i) names.push_back(numberedName(target, i, run));
+        return names;
+    }
+    // A stream's length is not known: its first name, and every file already
+    // there that a later frame would write.
+    names.push_back(numberedName(target, first, run));
+    const size_t slash = target.rfind('/');
+    const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+    const std::string stem = numberedName(target, 0, run);
+    const size_t digitsAt = stem.rfind("_0000") + 1 - dir.size();
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.empty() ? "." : dir, error)) {
+        const std::string name = entry.path().filename().string();
+        const size_t digits = name.find_first_not_of("0123456789", digitsAt);
+        if (name.size() <= digitsAt || digits == digitsAt || digits - digitsAt > 19) continue;
+        const uint64_t index = std::strtoull(name.c_str() + digitsAt, nullptr, 10);
+        if (index > first && numberedName(target, index, run) == dir + name) names.push_back(dir + name);
     }
     return names;
 }

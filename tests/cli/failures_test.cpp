@@ -1,0 +1,130 @@
+// The command's failures from outside, each a defect once: outputs that
+// would clobber or be half-written, signals, streams cut short or stopped,
+// frames that give no valid temperature, and the rough edges of the
+// arguments. Each row fails on the command as it was before its fix.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+#include "cli_harness.hpp"
+
+namespace {
+
+using namespace cli_harness;
+
+// Every file of the directory whose name starts with a dot: a temporary
+// file left behind.
+std::vector<std::string> hidden(const fs::path& dir) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(dir)) {
+        const std::string n = e.path().filename().string();
+        if (n[0] == '.') names.push_back(n);
+    }
+    return names;
+}
+
+// Runs that must fail with one line naming the problem, leaving the
+// directory as it was and the things in the way untouched.
+struct RefusedCase {
+    const char* name;
+    const char* args;
+    const char* says;  // in the line on standard error
+};
+
+void PrintTo(const RefusedCase& c, std::ostream* os) { *os << c.name; }
+
+class Refused : public Cli, public ::testing::WithParamInterface<RefusedCase> {};
+
+TEST_P(Refused, OneLineAndNothingWritten) {
+    ok("synth --caltype 21 --size 16x16 --frames 3 -o three.raw");
+    fs::create_directory(path("dir.tiff"));
+    ASSERT_EQ(::mkfifo(path("fifo.json").c_str(), 0644), 0);
+    std::ofstream(path("taken.json")) << "{}\n";
+    const auto before = listing();
+    const Result r = run(GetParam().args);
+    EXPECT_NE(r.code, 0);
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_NE(r.err.find(GetParam().says), std::string::npos) << r.err;
+    EXPECT_EQ(listing(), before);
+    EXPECT_TRUE(fs::is_fifo(path("fifo.json")));
+    EXPECT_TRUE(fs::is_directory(path("dir.tiff")));
+    EXPECT_EQ(slurp(path("taken.json")), "{}\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Outputs, Refused,
+    ::testing::Values(
+        RefusedCase{"DuplicatedOutput", "convert three.raw --size 16x16 --caltype 21 -o a.json -o a.json",
+                    "a.json is named twice"},
+        RefusedCase{"OneFileTwoSpellings",
+                    "convert three.raw --size 16x16 --caltype 21 -o a.json -o ../$(basename $PWD)/a.json",
+                    "name the same file"},
+        RefusedCase{"DuplicatedFrameFiles", "convert three.raw --size 16x16 --caltype 21 -o a.png -o ./a.png",
+                    "a_0000.png"},
+        RefusedCase{"TruthOntoOutput", "synth --caltype 21 --size 16x16 -o s.tiff --truth s.tiff",
+                    "named twice"},
+        RefusedCase{"OutputIsDirectory",
+                    "convert three.raw --size 16x16 --caltype 21 -o out.json -o dir.tiff",
+                    "dir.tiff is a directory"},
+        RefusedCase{"ForceOntoDirectory", "convert three.raw --size 16x16 --caltype 21 -o dir.tiff --force",
+                    "dir.tiff is a directory"},
+        RefusedCase{"ForceOntoFifo",
+                    "convert three.raw --size 16x16 --caltype 21 -o out.tiff -o fifo.json --force",
+                    "fifo.json is not a regular file"},
+        RefusedCase{"SynthForceOntoFifo", "synth --caltype 21 --size 16x16 -o fifo.json --force",
+                    "not a regular file"},
+        RefusedCase{"ForceOntoDevice", "synth --caltype 21 --size 16x16 -o /dev/null --force",
+                    "/dev/null is not a regular file"},
+        RefusedCase{"DirectoryMissing",
+                    "convert three.raw --size 16x16 --caltype 21 -o out.json -o no/out.tiff",
+                    "cannot write no/out.tiff"},
+        RefusedCase{"StreamFrameFileTaken",
+                    "convert - --size 16x16 --caltype 21 -o taken.json -o t.png < three.raw", "taken.json"}),
+    [](const ::testing::TestParamInfo<RefusedCase>& i) { return std::string(i.param.name); });
+
+// A file-size limit: the write fails, the command says so in one line and
+// removes its temporary files (the signal it brings used to end the command
+// and leave them).
+TEST_F(Cli, FileSizeLimitLeavesNoTemporaryFile) {
+    ok("synth --caltype 21 --size 160x120 --frames 3 -o three.raw");
+    const auto before = listing();
+    const Result r =
+        run("convert three.raw --size 16x16 --caltype 21 -o big.tiff -o big.json", "ulimit -f 100;");
+    EXPECT_EQ(r.code, 1) << r.err;
+    EXPECT_NE(r.err.find("big.tiff"), std::string::npos) << r.err;
+    EXPECT_EQ(listing(), before);
+}
+
+// Signals that end a run remove every temporary file, whatever their number.
+class EndingSignal : public Cli, public ::testing::WithParamInterface<int> {};
+
+TEST_P(EndingSignal, LeavesNoTemporaryFile) {
+    ok("synth --caltype 21 --size 16x16 --frames 3 -o three.raw");
+    ASSERT_EQ(::mkfifo(path("live").c_str(), 0644), 0);
+    const auto before = listing();
+    const pid_t pid = start({"convert", "-", "--size", "16x16", "--caltype", "21", "-o", "out.tiff", "-o",
+                             "out.json", "-o", "out.png"},
+                            "live");
+    const int live = ::open(path("live").c_str(), O_WRONLY);
+    const std::string frames = slurp(path("three.raw"));
+    ASSERT_EQ(::write(live, frames.data(), frames.size()), static_cast<ssize_t>(frames.size()));
+    ASSERT_TRUE(appears(".out.json"));
+    ::kill(pid, GetParam());
+    const Result r = finish(pid);
+    ::close(live);
+    EXPECT_EQ(r.code, 128 + GetParam()) << r.err;
+    EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+    EXPECT_EQ(listing(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, EndingSignal, ::testing::Values(SIGHUP, SIGPIPE, SIGUSR1),
+                         [](const ::testing::TestParamInfo<int>& i) {
+                             return "Signal" + std::to_string(i.param);
+                         });
+
+}  // namespace
