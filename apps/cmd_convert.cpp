@@ -3,8 +3,10 @@
 // statistics of the frame, of regions and at spots on the terminal.
 // --demo converts a built-in synthetic frame into demo.png and demo.json.
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include "caltype.hpp"
@@ -12,6 +14,7 @@
 #include "convert_run.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
+#include "signals.hpp"
 #include "synthesizer.hpp"
 
 namespace kalviro::cli {
@@ -115,6 +118,26 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
     }
 }
 
+// How a stream ended, when it did not end between frames by itself: one
+// line, and a failure for a read error (the outputs are kept all the same).
+void reportEnd(const FrameSource& source, const ConvertSummary& s) {
+    std::string line = "converted " + std::to_string(s.frames) + (s.frames == 1 ? " frame" : " frames");
+    if (source.partialBytes() != 0) {
+        line += " and dropped the partial frame " + std::to_string(s.last.index + 1) + " (" +
+                std::to_string(source.partialBytes()) + " of " + std::to_string(source.size().frameBytes()) +
+                " bytes)";
+    }
+    if (!source.readError().empty()) {
+        throw Failure("cannot read " + source.name() + ": " + source.readError() + "; " + line);
+    }
+    if (stopSignal() != 0) {
+        std::fprintf(stderr, "kalviro: %s stopped by %s: %s\n", source.name().c_str(),
+                     stopSignal() == SIGINT ? "SIGINT" : "SIGTERM", line.c_str());
+    } else if (source.partialBytes() != 0) {
+        std::fprintf(stderr, "kalviro: %s ended inside a frame: %s\n", source.name().c_str(), line.c_str());
+    }
+}
+
 }  // namespace
 
 void runConvert(const ConvertOptions& given) {
@@ -173,6 +196,9 @@ void runConvert(const ConvertOptions& given) {
         requireInside(run.spots.back(), run.size);
     }
 
+    // A recording stopped by Ctrl-C or a plain kill keeps what arrived.
+    std::optional<StopOnSignal> stoppable;
+    if (source->isStream()) stoppable.emplace();
     PendingFiles files(o.force);
     std::optional<uint64_t> end = range.end;
     if (run.totalFrames) end = std::min(end.value_or(*run.totalFrames), *run.totalFrames);
@@ -188,6 +214,7 @@ void runConvert(const ConvertOptions& given) {
     outputs.clear();
     const std::vector<std::string> written = files.commit();
     if (!o.quiet) printSummary(run, summary, written);
+    if (source->isStream()) reportEnd(*source, summary);
 }
 
 }  // namespace kalviro::cli

@@ -287,6 +287,11 @@ ConvertSummary convertFrames(FrameSource& source, const RunInfo& run, const Fram
     }
     ConvertSummary summary = pipeline.finish();
     if (summary.frames == 0) {
+        if (source.partialBytes() != 0) {
+            throw Failure(source.name() + " ended inside its first frame, after " +
+                          std::to_string(source.partialBytes()) + " of " +
+                          std::to_string(run.size.frameBytes()) + " bytes: no whole frame to convert");
+        }
         throw Failure(source.name() + " holds no frame " + std::to_string(range.first) + " to convert");
     }
     summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -1,12 +1,18 @@
 #include "frame_source.hpp"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 #include "failure.hpp"
+#include "signals.hpp"
 
 namespace kalviro::cli {
 
@@ -37,14 +43,19 @@ FrameSource::FrameSource(const std::string& path, const std::optional<FrameSize>
     const FileLayout layout = layoutOf(path, size);
     size_ = layout.size;
     if (isStdin(path)) {
-        file_ = stdin;
+        fd_ = STDIN_FILENO;
+    } else if (layout.frames == 0) {
+        // Not blocking in open() until a writer comes, nor later in read():
+        // the reads wait in poll(), where a stop request reaches them.
+        fd_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd_ < 0) throw Failure("cannot open " + path + ": " + std::strerror(errno));
+        owned_ = true;
     } else {
         file_ = std::fopen(path.c_str(), "rb");
         if (file_ == nullptr) throw Failure("cannot open " + path + ": " + std::strerror(errno));
         owned_ = true;
-        if (layout.frames != 0) frames_ = layout.frames;
+        frames_ = layout.frames;
     }
-    raw_.resize(size_.pixels() * 2);
 }
 
 FrameSource::FrameSource(std::string name, std::vector<uint8_t> bytes, const FrameSize& size)
@@ -54,35 +65,84 @@ FrameSource::FrameSource(std::string name, std::vector<uint8_t> bytes, const Fra
     if (file_ == nullptr) throw Failure("cannot read " + name_ + ": " + std::strerror(errno));
     owned_ = true;
     frames_ = layout.frames;
-    raw_.resize(size_.pixels() * 2);
 }
 
 FrameSource::~FrameSource() {
-    if (owned_) std::fclose(file_);
+    if (!owned_) return;
+    if (file_ != nullptr) std::fclose(file_);
+    if (fd_ >= 0) ::close(fd_);
+}
+
+size_t FrameSource::readStream(uint8_t* to, size_t bytes) {
+    if (!readError_.empty()) return 0;
+    for (;;) {
+        // Once a stop is asked, only what has arrived is read.
+        const bool stopping = stopSignal() != 0;
+        pollfd fds[2] = {{fd_, POLLIN, 0}, {stopFd(), POLLIN, 0}};
+        const int ready = ::poll(fds, stopping || stopFd() < 0 ? 1 : 2, stopping ? 0 : -1);
+        if (ready < 0 && errno != EINTR) break;
+        if (ready == 0) return 0;
+        if (ready < 0 || (fds[0].revents & (POLLIN | POLLHUP | POLLERR | POLLNVAL)) == 0) continue;
+        const ssize_t n = ::read(fd_, to, bytes);
+        if (n >= 0) return static_cast<size_t>(n);
+        if (errno != EINTR && errno != EAGAIN) break;
+    }
+    readError_ = std::strerror(errno);
+    return 0;
 }
 
 bool FrameSource::readExactly(uint8_t* to, uint64_t bytes) {
     uint64_t got = 0;
     while (got < bytes) {
-        const size_t n = std::fread(to + got, 1, static_cast<size_t>(bytes - got), file_);
+        const size_t want = static_cast<size_t>(std::min<uint64_t>(bytes - got, SIZE_MAX / 2));
+        const size_t n = isStream() ? readStream(to + got, want) : std::fread(to + got, 1, want, file_);
         got += n;
         if (n != 0) continue;
-        if (std::ferror(file_)) throw Failure("cannot read " + name_ + ": " + std::strerror(errno));
+        if (!isStream() && std::ferror(file_)) {
+            throw Failure("cannot read " + name_ + ": " + std::strerror(errno));
+        }
         break;
     }
     inFrame_ += got;
     if (got == bytes) return true;
+    if (isStream()) {
+        partial_ = inFrame_;
+        return false;
+    }
     if (inFrame_ == 0) return false;
     throw Failure(name_ + " is truncated: frame " + std::to_string(nextIndex_) + " stops after " +
                   std::to_string(inFrame_) + " of " + std::to_string(size_.frameBytes()) + " bytes");
 }
 
-void FrameSource::skip(uint64_t bytes) {
-    if (owned_ && ::fseeko(file_, static_cast<off_t>(bytes), SEEK_CUR) == 0) {
-        inFrame_ += bytes;
-        return;
+bool FrameSource::readPixels(std::vector<uint16_t>& pixels) {
+    const uint64_t bytes = size_.pixels() * 2;
+    if (!isStream() || pixels.size() == size_.pixels()) {
+        pixels.resize(size_.pixels());
+        return readExactly(reinterpret_cast<uint8_t*>(pixels.data()), bytes);
     }
-    readExactly(raw_.data(), bytes);
+    // The buffer at most doubles what has arrived.
+    pixels.clear();
+    for (uint64_t got = 0; got < bytes;) {
+        const uint64_t upto = std::min(bytes, std::max<uint64_t>(2 * got, 1u << 20));
+        pixels.resize(static_cast<size_t>(upto / 2));
+        if (!readExactly(reinterpret_cast<uint8_t*>(pixels.data()) + got, upto - got)) return false;
+        got = upto;
+    }
+    return true;
+}
+
+bool FrameSource::skip(uint64_t bytes) {
+    if (!isStream() && ::fseeko(file_, static_cast<off_t>(bytes), SEEK_CUR) == 0) {
+        inFrame_ += bytes;
+        return true;
+    }
+    scratch_.resize(64 * 1024);
+    for (uint64_t left = bytes; left > 0;) {
+        const uint64_t n = std::min<uint64_t>(left, scratch_.size());
+        if (!readExactly(scratch_.data(), n)) return false;
+        left -= n;
+    }
+    return true;
 }
 
 bool FrameSource::next(Frame& frame, bool withPixels) {
@@ -92,9 +152,7 @@ bool FrameSource::next(Frame& frame, bool withPixels) {
                             static_cast<uint64_t>(size_.width / 2);
     inFrame_ = 0;
     if (withPixels) {
-        frame.pixels.resize(size_.pixels());
-        auto* bytes = reinterpret_cast<uint8_t*>(frame.pixels.data());
-        if (!readExactly(bytes, pixelBytes)) return false;
+        if (!readPixels(frame.pixels)) return false;
         // The file is little-endian; only a big-endian host has work here.
         const uint16_t probe = 1;
         if (*reinterpret_cast<const uint8_t*>(&probe) != 1) {
@@ -102,14 +160,15 @@ bool FrameSource::next(Frame& frame, bool withPixels) {
         }
         frame.centreGray = frame.pixels[centre];
     } else {
-        // Up to and including the centre pixel, then past the rest.
-        if (!readExactly(raw_.data(), 2 * centre + 2)) return false;
+        // Up to the centre pixel, the centre pixel, then past the rest.
+        uint8_t gray[2];
+        if (!skip(2 * centre) || !readExactly(gray, 2)) return false;
         frame.pixels.clear();
-        frame.centreGray = static_cast<uint16_t>(raw_[2 * centre] | raw_[2 * centre + 1] << 8);
-        skip(pixelBytes - 2 * centre - 2);
+        frame.centreGray = static_cast<uint16_t>(gray[0] | gray[1] << 8);
+        if (!skip(pixelBytes - 2 * centre - 2)) return false;
     }
     uint8_t block[kBlockBytes];
-    readExactly(block, kBlockBytes);
+    if (!readExactly(block, kBlockBytes)) return false;
     std::memcpy(&frame.block, block, kBlockBytes);
     frame.index = nextIndex_++;
     return true;

@@ -29,10 +29,12 @@ public:
         TIFFSetErrorHandler(tiffError);
         TIFFSetWarningHandler(tiffWarning);
         const std::string temp = files.create(target_);
-        // Past 4 GiB a classic TIFF cannot point; BigTIFF then, which the
-        // same readers open.
-        // A stream of unknown length stays classic, for ImageJ's own reader.
-        const bool big = run.totalFrames && run.size.pixels() * 4 * *run.totalFrames > (3ull << 30);
+        // Past 4 GiB a classic TIFF cannot point; BigTIFF then, which
+        // libtiff, GDAL, Fiji's Bio-Formats and tifffile open: for a stream,
+        // whose length is not known, and for a sequence whose pages with
+        // their descriptions may pass 3 GiB.
+        const uint64_t page = run.size.pixels() * 4 + 16384;
+        const bool big = !run.totalFrames || *run.totalFrames > (3ull << 30) / page;
         tiff_ = TIFFOpen(temp.c_str(), big ? "w8" : "w");
         if (tiff_ == nullptr) fail();
     }

@@ -100,6 +100,19 @@ TEST_F(Cli, FileSizeLimitLeavesNoTemporaryFile) {
     EXPECT_EQ(listing(), before);
 }
 
+// A --size far larger than what a stream brings allocates no more than what
+// came: the run fails on the short stream, not on memory.
+TEST_F(Cli, HugeSizeOnShortStreamAllocatesWhatArrived) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's shadow memory does not fit a memory limit";
+#endif
+    const Result r = run("convert - --size 16384x16384 --caltype 21 -o big.tiff -o big.png",
+                         "ulimit -v 200000; head -c 1000 /dev/zero |");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.err.find("ended inside its first frame"), std::string::npos) << r.err;
+    EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
+
 // Signals that end a run remove every temporary file, whatever their number.
 class EndingSignal : public Cli, public ::testing::WithParamInterface<int> {};
 
@@ -126,5 +139,53 @@ INSTANTIATE_TEST_SUITE_P(Signals, EndingSignal, ::testing::Values(SIGHUP, SIGPIP
                          [](const ::testing::TestParamInfo<int>& i) {
                              return "Signal" + std::to_string(i.param);
                          });
+
+// A stream is a recording: cut inside its eighth frame, or stopped by
+// Ctrl-C with three and a half frames arrived, it keeps the whole frames in
+// every output, says in one line what it dropped, and its TIFF is BigTIFF
+// (its length is not known ahead).
+constexpr size_t kFrame16 = 16 * 16 * 2 + 512;
+
+void expectKept(const fs::path& dir, size_t frames) {
+    const auto pages = readTiff(dir / "s.tiff");
+    EXPECT_EQ(pages.size(), frames);
+    const std::string tiff = slurp(dir / "s.tiff");
+    ASSERT_GE(tiff.size(), 4u);
+    EXPECT_EQ(tiff[2], 43) << "not BigTIFF";
+    const auto json = nlohmann::json::parse(slurp(dir / "s.json"));
+    EXPECT_EQ(json["frames"].size(), frames) << json.dump().substr(0, 300);
+}
+
+TEST_F(Cli, StreamCutInsideAFrameKeepsTheWholeOnes) {
+    ok("synth --caltype 21 --size 16x16 --frames 8 -o eight.raw");
+    std::ofstream(path("cut.raw"), std::ios::binary)
+        << slurp(path("eight.raw")).substr(0, 7 * kFrame16 + 300);
+    const Result r = run("convert - --size 16x16 --caltype 21 -q -o s.tiff -o s.json < cut.raw");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_NE(r.err.find("converted 7 frames and dropped the partial frame"), std::string::npos) << r.err;
+    expectKept(dir_, 7);
+    EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
+
+TEST_F(Cli, StreamStoppedByCtrlCKeepsWhatArrived) {
+    ok("synth --caltype 21 --size 16x16 --frames 4 -o four.raw");
+    ASSERT_EQ(::mkfifo(path("live").c_str(), 0644), 0);
+    const pid_t pid = start(
+        {"convert", "-", "--size", "16x16", "--caltype", "21", "-q", "-o", "s.tiff", "-o", "s.json"}, "live");
+    const int live = ::open(path("live").c_str(), O_WRONLY);
+    const std::string frames = slurp(path("four.raw")).substr(0, 3 * kFrame16 + kFrame16 / 2);
+    ASSERT_EQ(::write(live, frames.data(), frames.size()), static_cast<ssize_t>(frames.size()));
+    ASSERT_TRUE(appears(".s.json"));
+    ::kill(pid, SIGINT);
+    const Result r = finish(pid);
+    ::close(live);
+    EXPECT_EQ(r.code, 130) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_NE(r.err.find("SIGINT"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("converted 3 frames"), std::string::npos) << r.err;
+    expectKept(dir_, 3);
+    EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
 
 }  // namespace
