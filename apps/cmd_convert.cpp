@@ -58,7 +58,7 @@ std::string at(const PixelTemp& p) { return "(" + std::to_string(p.x) + "," + st
 
 void printStats(const char* label, const Stats& s) {
     if (s.count == 0) {
-        std::printf("  %-15s no finite temperature (%llu invalid)\n", label,
+        std::printf("  %-15s no valid temperature (%llu invalid)\n", label,
                     static_cast<unsigned long long>(s.invalid));
         return;
     }
@@ -86,7 +86,12 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
         for (size_t i = 0; i < r.spots.size(); ++i) {
             const std::string label =
                 "spot " + std::to_string(run.spots[i].x) + "," + std::to_string(run.spots[i].y);
-            std::printf("  %-15s %s\n", label.c_str(), temp(r.spots[i]).c_str());
+            std::printf("  %-15s %s%s\n", label.c_str(), temp(r.spots[i]).c_str(),
+                        validTemp(r.spots[i]) ? "" : " (invalid)");
+        }
+        if (r.whole.count == 0) {
+            std::printf("CalType %d gives no valid temperature for this frame: is %d the camera's CalType?\n",
+                        run.calType.calType, run.calType.calType);
         }
     } else {
         if (s.whole.frames != 0) {
@@ -97,8 +102,18 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
                 static_cast<unsigned long long>(s.hottestFrame), at(s.hottest).c_str(),
                 temp(s.whole.meanOfMeans).c_str());
         }
+        if (s.whole.frames == 0) {
+            std::printf(
+                "CalType %d gives no valid temperature for any of these frames: is %d the camera's "
+                "CalType?\n",
+                run.calType.calType, run.calType.calType);
+        }
         for (size_t i = 0; i < s.regions.size(); ++i) {
             const RegionSummary& g = s.regions[i];
+            if (g.frames == 0) {
+                std::printf("  %-15s no valid temperature\n", ("roi " + run.regions[i].name).c_str());
+                continue;
+            }
             std::printf("  %-15s min %s  max %s  mean of frame means %s\n",
                         ("roi " + run.regions[i].name).c_str(), temp(g.min).c_str(), temp(g.max).c_str(),
                         temp(g.meanOfMeans).c_str());

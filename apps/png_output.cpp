@@ -68,10 +68,19 @@ void writePng(const std::string& path, const std::string& name, const Canvas& c,
     if (std::fclose(f) != 0) throw Failure("cannot write " + name + ": " + std::strerror(errno));
 }
 
-std::string label(float t) {
+// At most kLabelChars wide, whatever the magnitude.
+std::string label(double t) {
     char buf[32];
-    std::snprintf(buf, sizeof buf, "%.2f*C", static_cast<double>(t));
+    const double a = std::fabs(t);
+    std::snprintf(buf, sizeof buf, a < 999.995 ? "%.2f*C" : a < 999999.5 ? "%.0f*C" : "%.0e*C", t);
     return buf;
+}
+
+// The palette index of a valid temperature on the scale lo..hi (lo < hi),
+// in double: a float span of a huge range overflows.
+size_t colourIndex(float t, double lo, double hi) {
+    const double k = (static_cast<double>(t) - lo) / (hi - lo) * 255.0;
+    return static_cast<size_t>(std::lround(std::clamp(k, 0.0, 255.0)));
 }
 
 class PngOutput : public Output {
@@ -84,27 +93,31 @@ public:
     void frame(const FrameResult& r) override {
         const std::string name = numberedName(target_, r.index, run_);
         const std::string temp = files_.create(name);
-        float lo = 0.0f, hi = 1.0f;
+        // A frame without a valid temperature is all invalid colour, and
+        // so is its bar, labelled "--"; a flat one gets half a degree either
+        // side.
+        double lo = 0.0, hi = 0.0;
         if (png_.range) {
             lo = png_.range->first;
             hi = png_.range->second;
         } else if (r.whole.count != 0) {
             lo = r.whole.min;
             hi = r.whole.max;
-        }
-        if (!(hi > lo)) {
-            lo -= 0.5f;
-            hi += 0.5f;
+            if (!(hi > lo)) {
+                lo -= 0.5;
+                hi += 0.5;
+            }
         }
         const Canvas c = draw(r, lo, hi);
-        const std::string comment = "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
-                                    std::to_string(r.index) + ", colours from " + label(lo) + " to " +
-                                    label(hi);
+        const std::string comment =
+            "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
+            std::to_string(r.index) +
+            (hi > lo ? ", colours from " + label(lo) + " to " + label(hi) : ", no valid temperature");
         writePng(temp, name, c, comment);
     }
 
 private:
-    Canvas draw(const FrameResult& r, float lo, float hi) const {
+    Canvas draw(const FrameResult& r, double lo, double hi) const {
         const int32_t s = png_.scale;
         const int32_t w = run_.size.width * s;
         const int32_t h = run_.size.height * s;
@@ -113,17 +126,13 @@ private:
             kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
         Canvas c(w + panel, h, kPanel);
         const Palette& pal = *png_.palette;
-        const float span = hi - lo;
         const size_t stride = static_cast<size_t>(c.width) * 3;
         for (int32_t y = 0; y < run_.size.height; ++y) {
             const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width)];
             uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
             for (int32_t x = 0; x < run_.size.width; ++x) {
                 Rgb colour = kInvalid;
-                if (std::isfinite(row[x])) {
-                    const float k = std::clamp((row[x] - lo) / span * 255.0f, 0.0f, 255.0f);
-                    colour = pal[static_cast<size_t>(std::lround(k))];
-                }
+                if (hi > lo && validTemp(row[x])) colour = pal[colourIndex(row[x], lo, hi)];
                 for (int32_t i = 0; i < s; ++i, out += 3) {
                     out[0] = colour.r;
                     out[1] = colour.g;
@@ -145,11 +154,12 @@ private:
         const int32_t bottom = h - 1 - top;
         for (int32_t y = top; y <= bottom; ++y) {
             const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
-            c.fill(x0, y, kBarWidth, 1, pal[static_cast<size_t>(std::lround(k * 255.0))]);
+            c.fill(x0, y, kBarWidth, 1,
+                   hi > lo ? pal[static_cast<size_t>(std::lround(k * 255.0))] : kInvalid);
         }
         const int32_t lx = x0 + kBarWidth + kLabelGap;
-        drawText(c, lx, top, label(hi), kLabel, fontScale);
-        drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
+        drawText(c, lx, top, hi > lo ? label(hi) : "--", kLabel, fontScale);
+        if (hi > lo) drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
         if (png_.markers && r.whole.count != 0) {
             const int32_t arm = 3 * s + 2;
             drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);

@@ -1,7 +1,6 @@
 #include "stats.hpp"
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <cstdlib>
 
@@ -11,21 +10,27 @@ namespace kalviro::cli {
 
 namespace {
 
-struct Sums {
-    double sum = 0.0, squares = 0.0;
-};
+// Every pixel of the region in row order, with its place in the row modulo
+// 4: four partial sums make shorter chains of dependent additions, in the
+// same order every run.
+template <typename Visit>
+void eachPixel(const float* temps, int32_t width, const Region& r, Visit visit) {
+    for (int32_t y = r.y; y < r.y + r.h; ++y) {
+        const float* row = temps + static_cast<size_t>(y) * static_cast<size_t>(width);
+        for (int32_t x = r.x; x < r.x + r.w; ++x) visit(x, y, row[x], (x - r.x) & 3);
+    }
+}
+
+double total(const double (&part)[4]) { return (part[0] + part[1]) + (part[2] + part[3]); }
 
 }  // namespace
 
 Stats regionStats(const float* temps, int32_t width, const Region& r) {
     Stats s;
     float lo = INFINITY, hi = -INFINITY;
-    // Four pairs of sums, a pixel's place in a row modulo 4 choosing one:
-    // shorter chains of dependent additions, the same order every run.
-    Sums part[4];
-    const auto visit = [&](const float* row, int32_t x, int32_t y, Sums& into) {
-        const float t = row[x];
-        if (!(std::fabs(t) <= FLT_MAX)) {  // NaN or infinite
+    double sum[4] = {};
+    eachPixel(temps, width, r, [&](int32_t x, int32_t y, float t, int lane) {
+        if (!validTemp(t)) {
             ++s.invalid;
             return;
         }
@@ -37,30 +42,23 @@ Stats regionStats(const float* temps, int32_t width, const Region& r) {
             hi = t;
             s.hottest = PixelTemp{x, y, t};
         }
-        const double d = static_cast<double>(t);
-        into.sum += d;
-        into.squares += d * d;
-    };
-    const int32_t end = r.x + r.w;
-    for (int32_t y = r.y; y < r.y + r.h; ++y) {
-        const float* row = temps + static_cast<size_t>(y) * static_cast<size_t>(width);
-        int32_t x = r.x;
-        for (; x + 3 < end; x += 4) {
-            visit(row, x, y, part[0]);
-            visit(row, x + 1, y, part[1]);
-            visit(row, x + 2, y, part[2]);
-            visit(row, x + 3, y, part[3]);
-        }
-        for (int k = 0; x < end; ++x, ++k) visit(row, x, y, part[k]);
-    }
+        sum[lane] += static_cast<double>(t);
+    });
     s.count = static_cast<uint64_t>(r.w) * static_cast<uint64_t>(r.h) - s.invalid;
     if (s.count == 0) return s;
     s.min = lo;
     s.max = hi;
     const double n = static_cast<double>(s.count);
-    s.mean = ((part[0].sum + part[1].sum) + (part[2].sum + part[3].sum)) / n;
-    const double squares = (part[0].squares + part[1].squares) + (part[2].squares + part[3].squares);
-    s.stddev = std::sqrt(std::max(0.0, squares / n - s.mean * s.mean));
+    s.mean = total(sum) / n;
+    // The deviations from the mean, not the squares less the squared mean:
+    // no cancellation, and an all-equal region has 0 exactly.
+    double squares[4] = {};
+    eachPixel(temps, width, r, [&](int32_t, int32_t, float t, int lane) {
+        if (!validTemp(t)) return;
+        const double d = static_cast<double>(t) - s.mean;
+        squares[lane] += d * d;
+    });
+    s.stddev = std::sqrt(total(squares) / n);
     return s;
 }
 

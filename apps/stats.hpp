@@ -2,6 +2,7 @@
 // report and the terminal summary give.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,9 +25,16 @@ struct PixelTemp {
     float t = 0.0f;
 };
 
+// The library's failure values lie at the ends of int32 in hundredths of a
+// degree (-21474836.48 and 21474836.47, both 21474836 as floats); no
+// temperature comes near them.
+constexpr float kFailureMagnitude = 21474836.0f;
+// Finite and short of the failure values.
+inline bool validTemp(float t) { return std::fabs(t) < kFailureMagnitude; }
+
 struct Stats {
-    uint64_t count = 0;    // pixels with a finite temperature
-    uint64_t invalid = 0;  // NaN or infinite: left out of everything else
+    uint64_t count = 0;    // pixels with a valid temperature
+    uint64_t invalid = 0;  // failure values, NaN, infinities: left out of everything else
     float min = 0.0f, max = 0.0f;
     double mean = 0.0, stddev = 0.0;  // population standard deviation
     PixelTemp coldest, hottest;       // first in row order

@@ -4,10 +4,12 @@
 // arguments. Each row fails on the command as it was before its fix.
 #include <gtest/gtest.h>
 
+#include <png.h>
 #include <signal.h>
 
 #include <nlohmann/json.hpp>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -86,6 +88,71 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"StreamFrameFileTaken",
                     "convert - --size 16x16 --caltype 21 -o taken.json -o t.png < three.raw", "taken.json"}),
     [](const ::testing::TestParamInfo<RefusedCase>& i) { return std::string(i.param.name); });
+
+// Frames that give the library's failure values, NaN or infinities, and
+// ranges no float span holds: the command renders and reports them, and says
+// when a frame gives no valid temperature. Each row crashed the command once.
+struct FrameCase {
+    const char* name;
+    const char* block;  // "zero", "random" or "camera"
+    int calType;
+    const char* args;
+    bool valid;  // some pixel has a valid temperature
+};
+
+void PrintTo(const FrameCase& c, std::ostream* os) { *os << c.name; }
+
+class FailureFrame : public Cli, public ::testing::WithParamInterface<FrameCase> {};
+
+TEST_P(FailureFrame, RendersAndReports) {
+    const FrameCase& c = GetParam();
+    ok("synth --caltype 21 --size 16x16 -o camera.raw");
+    std::string raw = slurp(path("camera.raw"));
+    std::mt19937 random(7);
+    for (size_t i = raw.size() - 512; i < raw.size() && c.block[0] != 'c'; ++i) {
+        raw[i] = c.block[0] == 'z' ? 0 : static_cast<char>(random());
+    }
+    std::ofstream(path("in.raw"), std::ios::binary) << raw;
+    const Result r = ok("convert in.raw --size 16x16 --caltype " + std::to_string(c.calType) + " " + c.args +
+                        " --spot 3,3 --roi 0,0,8,8 -o out.png -o out.json -o out.csv -o out.tiff");
+    EXPECT_EQ(r.out.find("gives no valid temperature for this frame") == std::string::npos, c.valid) << r.out;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, path("out.png").c_str()));
+    EXPECT_EQ(image.height % 16, 0u);
+    png_image_free(&image);
+    const auto frame = nlohmann::json::parse(slurp(path("out.json")))["frames"][0];
+    EXPECT_EQ(frame["pixels"].get<int>() + frame["invalid"].get<int>(), 256);
+    EXPECT_EQ(frame["min"].is_null(), !c.valid);
+    if (c.valid) {
+        EXPECT_LT(std::abs(frame["min"].get<double>()), 21474836.0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, FailureFrame,
+    ::testing::Values(FrameCase{"ZeroBlock12", "zero", 12, "", false},
+                      FrameCase{"ZeroBlock130", "zero", 130, "--palette gray", false},
+                      FrameCase{"ZeroBlock110", "zero", 110, "", false},
+                      FrameCase{"ZeroBlock21Flat", "zero", 21, "", true},
+                      FrameCase{"RandomBlock130", "random", 130, "", false},
+                      FrameCase{"RandomBlock55", "random", 55, "--scale 3", false},
+                      FrameCase{"HugeRange", "camera", 21, "--range=-3.4e38:3.4e38", true},
+                      FrameCase{"TinyRange", "camera", 21, "--range=-1e-30:1e-30", true},
+                      FrameCase{"HugeRangeOnZeroBlock", "zero", 12, "--range=-3e38:-2e38", false}),
+    [](const ::testing::TestParamInfo<FrameCase>& i) { return std::string(i.param.name); });
+
+// An all-equal frame has a standard deviation of 0.
+TEST_F(Cli, FlatFrameHasNoSpread) {
+    ok("synth --caltype 21 --size 16x16 -o camera.raw");
+    std::string raw = slurp(path("camera.raw"));
+    for (size_t i = 0; i < 512; i += 2) raw.replace(i, 2, raw.substr(0, 2));
+    std::ofstream(path("flat.raw"), std::ios::binary) << raw;
+    ok("convert flat.raw --size 16x16 --caltype 21 -o flat.json -o flat.png");
+    const auto frame = nlohmann::json::parse(slurp(path("flat.json")))["frames"][0];
+    EXPECT_EQ(frame["std"].get<double>(), 0.0);
+    EXPECT_EQ(frame["min"], frame["max"]);
+}
 
 // A file-size limit: the write fails, the command says so in one line and
 // removes its temporary files (the signal it brings used to end the command
