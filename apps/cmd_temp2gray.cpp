@@ -1,6 +1,6 @@
 // kalviro temp2gray: the gray value of a temperature on a frame, e.g. for an
-// alarm threshold on raw data. The library's inverse search, told the
-// frame's own gray range and the temperatures at its ends.
+// alarm threshold on raw data: of the frame's own gray range (widened when
+// narrow), the value whose temperature comes nearest.
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include "convert_run.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
+#include "stats.hpp"
 
 namespace kalviro::cli {
 
@@ -46,17 +47,32 @@ void runTemp2Gray(const Temp2GrayOptions& o) {
         grayMin = std::max(0, grayMin - 256);
         grayMax = std::min(65535, grayMax + 256);
     }
-    const auto hundredths = [&](int32_t g) {
-        return static_cast<int32_t>(camera.real(g, &block, emissivity, distArg) * 100.0f);
-    };
-    const int32_t tempMin = hundredths(grayMin), tempMax = hundredths(grayMax);
-    if (!(tempMax > tempMin)) {
-        throw Failure("the conversion of frame " + std::to_string(o.frame) + " does not rise from gray " +
-                      std::to_string(grayMin) + " to " + std::to_string(grayMax));
+    // Every gray value of the range, converted once: the nearest
+    // temperature wins, the lower gray value on a tie. The library's search
+    // stops within 0.20 deg, and always below the target.
+    int32_t gray = grayMin;
+    float back = 0.0f, tMin = INFINITY, tMax = -INFINITY;
+    double best = INFINITY;
+    for (int32_t g = grayMin; g <= grayMax; ++g) {
+        const float t = camera.real(g, &block, emissivity, distArg);
+        if (!validTemp(t)) continue;
+        tMin = std::min(tMin, t);
+        tMax = std::max(tMax, t);
+        const double off = std::abs(static_cast<double>(t) - target / 100.0);
+        if (off < best) {
+            best = off;
+            gray = g;
+            back = t;
+        }
     }
-    const int32_t gray = camera.temp2gray(&block, tempMin, tempMax, grayMin, grayMax, target, emissivity);
-    const float back = camera.real(gray, &block, emissivity, distArg);
-    const bool hit = std::abs(static_cast<int32_t>(back * 100.0f) - target) <= 20;
+    if (!(tMax >= tMin)) {
+        throw Failure("CalType " + std::to_string(c.calType) + " gives no valid temperature on frame " +
+                      std::to_string(o.frame) + " from gray " + std::to_string(grayMin) + " to " +
+                      std::to_string(grayMax) + ": is " + std::to_string(c.calType) +
+                      " the camera's CalType?");
+    }
+    // Inside what the frame's gray range gives, to the hundredth.
+    const bool hit = target >= std::floor(tMin * 100.0) && target <= std::ceil(tMax * 100.0);
     if (o.json) {
         std::cout << nlohmann::ordered_json{{"temp", target / 100.0},
                                             {"gray", gray},
@@ -74,11 +90,12 @@ void runTemp2Gray(const Temp2GrayOptions& o) {
             c.calType, static_cast<double>(emissivity));
     }
     if (!hit) {
-        char msg[160];
+        char msg[200];
         std::snprintf(msg, sizeof msg,
-                      "no gray value converts to within 0.20 deg of %.2f deg on this frame; "
-                      "the search ended at gray %d",
-                      target / 100.0, gray);
+                      "%.2f deg lies outside %.2f to %.2f deg, what gray %d to %d gives on this frame; "
+                      "gray %d comes nearest",
+                      target / 100.0, static_cast<double>(tMin), static_cast<double>(tMax), grayMin, grayMax,
+                      gray);
         throw Failure(msg);
     }
 }

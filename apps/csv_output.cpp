@@ -1,5 +1,6 @@
-// CSV: one line per image row, temperatures in degrees with two decimals;
-// a sequence writes one file per frame.
+// CSV: a comment line naming the unit and the frame, then one line per
+// image row, temperatures in degrees Celsius with two decimals; a sequence
+// writes one file per frame.
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -26,9 +27,10 @@ public:
         std::FILE* f = std::fopen(temp.c_str(), "wb");
         if (f == nullptr) throw Failure("cannot write " + name + ": " + std::strerror(errno));
         const int32_t w = run_.size.width;
-        std::string line;
+        std::string line = std::string("# kalviro: ") + kTempUnit + ", " + run_.size.text() + ", CalType " +
+                           std::to_string(run_.calType.calType) + ", frame " + std::to_string(r.index) + "\n";
+        bool ok = std::fwrite(line.data(), 1, line.size(), f) == line.size();
         line.reserve(static_cast<size_t>(w) * 8 + 1);
-        bool ok = true;
         for (int32_t y = 0; y < run_.size.height && ok; ++y) {
             line.clear();
             for (int32_t x = 0; x < w; ++x) {

@@ -28,6 +28,7 @@ public:
         head["width"] = run.size.width;
         head["height"] = run.size.height;
         head["calType"] = run.calType.calType;
+        head["unit"] = kTempUnit;
         head["emissivity"] = shortestDouble(run.emissivity);
         head["distanceOverride"] =
             run.distance ? nlohmann::ordered_json(*run.distance) : nlohmann::ordered_json(nullptr);

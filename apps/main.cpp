@@ -27,6 +27,13 @@ void addFileOptions(CLI::App* cmd, std::string& file, int32_t& calType, std::opt
     cmd->add_option("--size", size, kSizeHelp);
 }
 
+// A frame number: CLI11 would wrap a negative one into a huge unsigned one.
+const CLI::Validator kFrameNumber(
+    [](std::string& text) {
+        return text.find('-') == std::string::npos ? std::string() : "frames count from 0, not " + text;
+    },
+    "", "frame number");
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -45,14 +52,16 @@ int main(int argc, char** argv) {
     auto* infoCmd =
         app.add_subcommand("info", "a frame's block field by field, TempPara and the GetIT value");
     addFileOptions(infoCmd, info.file, info.calType, info.size);
-    infoCmd->add_option("--frame", info.frame, "frame of a sequence, from 0");
+    infoCmd->add_option("--frame", info.frame, "frame of a sequence, from 0")->check(kFrameNumber);
     infoCmd->add_flag("--json", info.json, "as JSON");
-    infoCmd->add_flag("--csv", info.csv, "every frame's settings, one CSV row a frame")->excludes("--json");
+    infoCmd->add_flag("--csv", info.csv, "every frame's settings, one CSV row a frame")
+        ->excludes("--json")
+        ->excludes("--frame");
 
     ConvertOptions conv;
     auto* convCmd = app.add_subcommand("convert", "convert frames to temperatures: .csv .tiff .png .json");
     convCmd->add_option("FILE", conv.file, kFileHelp);
-    convCmd->add_option("--caltype", conv.calType, "the camera's CalType");
+    convCmd->add_option("--caltype", conv.calType, "the camera's CalType; REQUIRED but with --demo");
     convCmd->add_option("--size", conv.size, kSizeHelp);
     convCmd->add_option("-e,--emissivity", conv.emissivity, "emissivity of the object, above 0 and at most 1")
         ->capture_default_str();
@@ -90,7 +99,7 @@ int main(int argc, char** argv) {
     auto* t2gCmd = app.add_subcommand("temp2gray", "the gray value of a temperature on a frame");
     addFileOptions(t2gCmd, t2g.file, t2g.calType, t2g.size);
     t2gCmd->add_option("--temp", t2g.temp, "temperature in degrees")->required();
-    t2gCmd->add_option("--frame", t2g.frame, "frame of a sequence, from 0");
+    t2gCmd->add_option("--frame", t2g.frame, "frame of a sequence, from 0")->check(kFrameNumber);
     t2gCmd->add_option("-e,--emissivity", t2g.emissivity, "emissivity of the object")->capture_default_str();
     t2gCmd->add_option("-d,--distance", t2g.distance, "object distance in metres, in place of the block's");
     t2gCmd->add_flag("--json", t2g.json, "as JSON");
@@ -99,6 +108,15 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == 0) return app.exit(e);
+        // CLI11 says only that a subcommand is required: name the word taken for one.
+        if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
+            std::string names;
+            for (const CLI::App* sub : app.get_subcommands({}))
+                names += (names.empty() ? "" : ", ") + sub->get_name();
+            std::fprintf(stderr, "kalviro: unknown command '%s'; the commands are %s\n", argv[1],
+                         names.c_str());
+            return 2;
+        }
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 2;
     }

@@ -102,6 +102,7 @@ nlohmann::ordered_json frameSettingsJson(const RunInfo& run, const FrameResult& 
     nlohmann::ordered_json j;
     j["frame"] = r.index;
     j["calType"] = run.calType.calType;
+    j["unit"] = kTempUnit;
     j["layout"] = layoutName(run.calType.layout);
     j["emissivity"] = shortestDouble(run.emissivity);
     j["distanceOverride"] =

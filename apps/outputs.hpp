@@ -19,6 +19,9 @@
 
 namespace kalviro::cli {
 
+// What every temperature of every output is in.
+constexpr const char* kTempUnit = "degrees Celsius";
+
 // What a run converts, the same for all its frames.
 struct RunInfo {
     std::string source;

@@ -154,6 +154,55 @@ TEST_F(Cli, FlatFrameHasNoSpread) {
     EXPECT_EQ(frame["min"], frame["max"]);
 }
 
+// The rough edges of the arguments: each row's exit code and what it says.
+struct EdgeCase {
+    const char* name;
+    const char* args;
+    int code;
+    const char* says;  // in standard output or standard error
+};
+
+void PrintTo(const EdgeCase& c, std::ostream* os) { *os << c.name; }
+
+class Edge : public Cli, public ::testing::WithParamInterface<EdgeCase> {};
+
+TEST_P(Edge, ExitAndMessage) {
+    ok("synth --caltype 21 --size 160x120 --frames 2 -o two.raw");
+    const Result r = run(GetParam().args);
+    EXPECT_EQ(r.code, GetParam().code) << r.err;
+    EXPECT_NE((r.out + r.err).find(GetParam().says), std::string::npos) << r.out << r.err;
+    if (r.code != 0) {
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, Edge,
+    ::testing::Values(
+        EdgeCase{"Temp2GrayNearest", "temp2gray two.raw --caltype 21 --frame 1 --temp 36.5 --json", 0,
+                 R"("gray":8586,"converts":36.49,"found":true)"},
+        EdgeCase{"Temp2GrayAboveTheFrame", "temp2gray two.raw --caltype 21 --temp 1000 --json", 1,
+                 R"("found":false)"},
+        EdgeCase{"Temp2GrayBelowTheFrame", "temp2gray two.raw --caltype 21 --temp -40", 1, "lies outside"},
+        EdgeCase{"InfoNegativeFrame", "info two.raw --caltype 21 --frame -1", 2, "frames count from 0"},
+        EdgeCase{"Temp2GrayNegativeFrame", "temp2gray two.raw --caltype 21 --frame=-1 --temp 30", 2,
+                 "frames count from 0"},
+        EdgeCase{"InfoCsvOneFrame", "info two.raw --caltype 21 --csv --frame 1", 2, "--csv"},
+        EdgeCase{"UnknownCommand", "frobnicate two.raw", 2, "unknown command 'frobnicate'"},
+        EdgeCase{"ConvertHelp", "convert --help", 0, "the camera's CalType; REQUIRED"}),
+    [](const ::testing::TestParamInfo<EdgeCase>& i) { return std::string(i.param.name); });
+
+// Every output names the unit of its temperatures.
+TEST_F(Cli, OutputsNameTheUnit) {
+    ok("synth --caltype 21 --size 16x16 -o one.raw");
+    ok("convert one.raw --size 16x16 --caltype 21 -o u.csv -o u.json -o u.tiff");
+    EXPECT_EQ(slurp(path("u.csv")).rfind("# kalviro: degrees Celsius, 16x16, CalType 21, frame 0\n", 0), 0u);
+    EXPECT_EQ(nlohmann::json::parse(slurp(path("u.json")))["unit"], "degrees Celsius");
+    const auto pages = readTiff(path("u.tiff"));
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_EQ(nlohmann::json::parse(pages[0].description)["unit"], "degrees Celsius");
+}
+
 // A file-size limit: the write fails, the command says so in one line and
 // removes its temporary files (the signal it brings used to end the command
 // and leave them).
