@@ -23,6 +23,10 @@ packages=(
     libpng-dev
     libtiff-dev
     nlohmann-json3-dev
+    libavcodec-dev
+    libavformat-dev
+    libswscale-dev
+    libavutil-dev
     "$@"
 )
 
