@@ -189,16 +189,25 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     PendingFiles files(o.force);
     std::optional<uint64_t> end = range.end;
     if (run.totalFrames) end = std::min(end.value_or(*run.totalFrames), *run.totalFrames);
-    std::vector<std::string> planned;
+    // A resumed batch keeps each output whose files are all there and writes
+    // the others; an input with nothing left to write is done. A stream is
+    // never passed over: its frames are not known; nor is an input whose rows
+    // a batch's table still needs.
+    const auto done = [&](const std::vector<std::string>& names) {
+        return o.skipExisting && run.totalFrames && std::all_of(names.begin(), names.end(), fileExists);
+    };
+    const bool anyOutput = !o.outputs.empty() || o.table;
+    std::vector<std::string> planned, targets;
     for (const std::string& target : o.outputs) {
-        for (const std::string& name : plannedNames(target, run, range.first, end)) planned.push_back(name);
+        const std::vector<std::string> names = plannedNames(target, run, range.first, end);
+        if (done(names)) continue;
+        targets.push_back(target);
+        planned.insert(planned.end(), names.begin(), names.end());
     }
+    o.outputs = targets;
+    if (o.table && done({*o.table})) o.table.reset();
+    if (anyOutput && o.outputs.empty() && !o.table && sharedTable == nullptr) return false;
     if (o.table) planned.push_back(*o.table);
-    // A resumed batch: an input whose outputs are all there is done.
-    if (o.skipExisting && !planned.empty() && run.totalFrames &&
-        std::all_of(planned.begin(), planned.end(), [](const std::string& n) { return fileExists(n); })) {
-        return false;
-    }
     for (const std::string& name : planned) files.check(name);
     std::vector<std::unique_ptr<Output>> outputs;
     for (const std::string& target : o.outputs) outputs.push_back(makeOutput(target, run, png, files));

@@ -268,16 +268,20 @@ TEST_F(Recordings, BatchGoesOnPastABrokenInputAndResumes) {
     EXPECT_EQ(files, (std::vector<std::string>{"a.gif", "a.json", "a_0000.png", "a_0001.png", "c.gif",
                                                "c.json", "c_0000.png", "c_0001.png", "c_0002.png"}));
 
-    // Resuming: c is done, a was never committed (its outputs are renamed
-    // into place together, at its end).
+    // Resuming: a was never committed (its outputs are renamed into place
+    // together, at its end); c lost its video, which alone is made again.
     fs::remove(path("rec/b.raw"));
-    for (const char* f : {"out/a.gif", "out/a.json", "out/a_0000.png", "out/a_0001.png"}) fs::remove(path(f));
+    for (const char* f : {"out/a.gif", "out/a.json", "out/a_0000.png", "out/a_0001.png", "out/c.gif"})
+        fs::remove(path(f));
     const auto before = fs::last_write_time(path("out/c.json"));
     const Result again = ok("convert 'rec/*.raw'" + outputs + " --skip-existing");
-    EXPECT_NE(again.out.find("rec/c.raw: skipped"), std::string::npos) << again.out;
-    EXPECT_NE(again.out.find("2 inputs: 1 converted, 1 skipped, 0 failed"), std::string::npos) << again.out;
-    EXPECT_TRUE(fs::exists(path("out/a_0001.png")));
+    EXPECT_NE(again.out.find("2 inputs: 2 converted, 0 skipped, 0 failed"), std::string::npos) << again.out;
     EXPECT_EQ(fs::last_write_time(path("out/c.json")), before);
+    EXPECT_EQ(decode(path("out/c.gif")).frames, 3);
+    EXPECT_TRUE(fs::exists(path("out/a_0001.png")));
+    const Result done = ok("convert 'rec/*.raw'" + outputs + " --skip-existing");
+    EXPECT_NE(done.out.find("rec/c.raw: skipped"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("2 inputs: 0 converted, 2 skipped, 0 failed"), std::string::npos) << done.out;
     // Without it, existing outputs fail each input and nothing is replaced.
     const Result clash = run("convert rec/a.raw rec/c.raw" + outputs);
     EXPECT_NE(clash.code, 0);
