@@ -50,13 +50,11 @@ struct Input {
 };
 
 // The inputs in the order given, a directory's and a glob's in name order.
-std::vector<Input> expand(const std::vector<std::string>& args, bool& several) {
+std::vector<Input> expand(const std::vector<std::string>& args) {
     std::vector<Input> inputs;
-    several = args.size() > 1;
     for (const std::string& a : args) {
         struct stat st {};
         if (a != "-" && ::stat(a.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            several = true;
             std::vector<std::string> found;
             std::error_code ec;
             for (fs::directory_iterator it(a, ec), end; !ec && it != end; it.increment(ec)) {
@@ -76,7 +74,6 @@ std::vector<Input> expand(const std::vector<std::string>& args, bool& several) {
             continue;
         }
         if (a != "-" && ::stat(a.c_str(), &st) != 0 && a.find_first_of("*?[") != std::string::npos) {
-            several = true;
             glob_t g{};
             const int rc = ::glob(a.c_str(), 0, nullptr, &g);
             if (rc == 0) {
@@ -101,8 +98,7 @@ void runConvert(const ConvertOptions& o) {
     }
     for (const std::string& t : o.outputs) checkPlaceholders(t);
     if (o.table) checkPlaceholders(*o.table);
-    bool several = false;
-    const std::vector<Input> inputs = expand(o.inputs, several);
+    const std::vector<Input> inputs = expand(o.inputs);
     if (inputs.size() > 1) {
         for (const std::string& t : o.outputs) {
             if (!hasPlaceholder(t, "stem")) {
@@ -111,6 +107,17 @@ void runConvert(const ConvertOptions& o) {
             }
         }
     }
+    if (inputs.size() == 1) {
+        // One input, as the command has always converted it.
+        const Input& in = inputs.front();
+        if (!in.problem.empty()) throw Failure(in.path + ": " + in.problem);
+        ConvertOptions one = o;
+        one.file = in.path;
+        for (std::string& t : one.outputs) t = replacePlaceholder(t, "stem", stemOf(one.file));
+        if (one.table) one.table = replacePlaceholder(*one.table, "stem", stemOf(one.file));
+        convertFile(one, nullptr);
+        return;
+    }
     // A table without {stem} takes the rows of the whole batch.
     std::optional<PendingFiles> tableFiles;
     std::unique_ptr<TableFile> shared;
@@ -118,20 +125,6 @@ void runConvert(const ConvertOptions& o) {
         tableFiles.emplace(o.force);
         tableFiles->check(*o.table);
         shared = std::make_unique<TableFile>(*o.table, *tableFiles);
-    }
-    if (!several) {
-        ConvertOptions one = o;
-        one.file = inputs.front().path;
-        for (std::string& t : one.outputs) t = replacePlaceholder(t, "stem", stemOf(one.file));
-        if (one.table)
-            one.table = shared ? std::nullopt
-                               : std::optional(replacePlaceholder(*one.table, "stem", stemOf(one.file)));
-        convertFile(one, shared.get());
-        if (shared) {
-            shared->close();
-            tableFiles->commit();
-        }
-        return;
     }
 
     size_t converted = 0, skipped = 0;

@@ -15,6 +15,7 @@
 #include "convert_run.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
+#include "output_names.hpp"
 #include "synthesizer.hpp"
 #include "table_output.hpp"
 
@@ -163,6 +164,11 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
         throw Failure("bad --fps " + std::to_string(o.fps) + ": expected above 0, at most 1000");
     png.fps = o.fps;
     png.counts = o.counts;
+    if (o.counts && std::none_of(o.outputs.begin(), o.outputs.end(), [](const std::string& t) {
+            return extensionOf(t) == "tif" || extensionOf(t) == "tiff";
+        })) {
+        throw Failure("--counts writes the gray values into a .tiff output: give -o NAME.tiff");
+    }
     if (!source) {
         const std::optional<FrameSize> size = optionalSize(o.size);
         source = std::make_unique<FrameSource>(o.file, size);
@@ -208,6 +214,11 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     if (o.table && done({*o.table})) o.table.reset();
     if (anyOutput && o.outputs.empty() && !o.table && sharedTable == nullptr) return false;
     if (o.table) planned.push_back(*o.table);
+    // Two outputs onto one file: the second would fail after the first is in place.
+    std::vector<std::string> sorted = planned;
+    std::sort(sorted.begin(), sorted.end());
+    const auto twice = std::adjacent_find(sorted.begin(), sorted.end());
+    if (twice != sorted.end()) throw Failure(*twice + " is named twice as an output");
     for (const std::string& name : planned) files.check(name);
     std::vector<std::unique_ptr<Output>> outputs;
     for (const std::string& target : o.outputs) outputs.push_back(makeOutput(target, run, png, files));

@@ -8,6 +8,8 @@
 
 namespace kalviro::cli {
 
+// "out/a.TIFF" -> "tiff"; "" when the name has none.
+std::string extensionOf(const std::string& target);
 // "recordings/a.raw" -> "a"; standard input is "stdin".
 std::string stemOf(const std::string& input);
 bool hasPlaceholder(const std::string& target, const char* name);  // name: "stem" or "frame"

@@ -11,8 +11,6 @@
 
 namespace kalviro::cli {
 
-namespace {
-
 std::string extensionOf(const std::string& target) {
     const size_t slash = target.rfind('/');
     const size_t dot = target.rfind('.');
@@ -21,6 +19,8 @@ std::string extensionOf(const std::string& target) {
     std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
     return ext;
 }
+
+namespace {
 
 bool perFrameExtension(const std::string& ext) { return ext == "csv" || ext == "png"; }
 

@@ -17,6 +17,7 @@ extern "C" {
 #include <unordered_map>
 
 #include "failure.hpp"
+#include "output_names.hpp"
 #include "outputs.hpp"
 
 namespace kalviro::cli {
@@ -42,13 +43,6 @@ const Container* findContainer(const std::string& ext) {
         if (ext == c.extension) return &c;
     }
     return nullptr;
-}
-
-std::string extensionOf(const std::string& target) {
-    const size_t dot = target.rfind('.');
-    std::string ext = dot == std::string::npos ? "" : target.substr(dot + 1);
-    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-    return ext;
 }
 
 std::string averror(int code) {

@@ -362,16 +362,21 @@ TEST_P(RecordingsMisuse, FailsInOneLineAndWritesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, RecordingsMisuse,
-    ::testing::Values(Misuse{"ZeroFps", "convert two.raw --caltype 21 --fps 0 -o v.mp4"},
-                      Misuse{"FramePlaceholderInJson", "convert two.raw --caltype 21 -o '{frame}.json'"},
-                      Misuse{"UnknownPlaceholder", "convert two.raw --caltype 21 -o '{name}.json'"},
-                      Misuse{"SeveralInputsOneOutput", "convert two.raw two.raw --caltype 21 -o out.json"},
-                      Misuse{"TemperatureTiffAsInput", "convert temps.tiff --caltype 21 -o out.json"},
-                      Misuse{"CutArchive", "convert cut.tiff --caltype 21 -o out.json -o out.mp4"},
-                      Misuse{"ArchiveOfAnotherSize",
-                             "convert arch.tiff --caltype 21 --size 320x240 -o o.json"},
-                      Misuse{"VideoIntoADirectory", "convert two.raw --caltype 21 -o nowhere/v.mp4"},
-                      Misuse{"ExistingTable", "convert two.raw --caltype 21 --table two.raw"}),
+    ::testing::Values(
+        Misuse{"ZeroFps", "convert two.raw --caltype 21 --fps 0 -o v.mp4"},
+        Misuse{"FramePlaceholderInJson", "convert two.raw --caltype 21 -o '{frame}.json'"},
+        Misuse{"UnknownPlaceholder", "convert two.raw --caltype 21 -o '{name}.json'"},
+        Misuse{"SeveralInputsOneOutput", "convert two.raw two.raw --caltype 21 -o out.json"},
+        Misuse{"TemperatureTiffAsInput", "convert temps.tiff --caltype 21 -o out.json"},
+        Misuse{"CutArchive", "convert cut.tiff --caltype 21 -o out.json -o out.mp4"},
+        Misuse{"ArchiveOfAnotherSize", "convert arch.tiff --caltype 21 --size 320x240 -o o.json"},
+        Misuse{"VideoIntoADirectory", "convert two.raw --caltype 21 -o nowhere/v.mp4"},
+        Misuse{"ExistingTable", "convert two.raw --caltype 21 --table two.raw"},
+        Misuse{"TableOntoAnOutput", "convert two.raw --caltype 21 -o t.json --table t.json"},
+        Misuse{"CountsWithoutTiff", "convert two.raw --caltype 21 --counts -o t.json"},
+        Misuse{"EmptyStreamToVideo",
+               "convert - --size 160x120 --caltype 21 -o v.mp4 -o v.tiff --counts < /dev/null"},
+        Misuse{"GlobMatchingNothing", "convert 'none/*.raw' --caltype 21 -o '{stem}.json'"}),
     [](const ::testing::TestParamInfo<Misuse>& i) { return std::string(i.param.name); });
 
 }  // namespace
