@@ -61,13 +61,17 @@ public:
     CountsOutput(std::string target, const RunInfo& run, PendingFiles& files)
         : target_(std::move(target)), run_(run) {
         registerBlockTag();
-        options_ = openOptions(error_);
         const std::string temp = files.create(target_);
+        options_ = openOptions(error_);
         // Past 4 GiB a classic TIFF cannot point: BigTIFF when the run may
         // get there (a stream of unknown length, or a long sequence).
         const uint64_t rawBytes = run.totalFrames ? run.size.frameBytes() * *run.totalFrames : UINT64_MAX;
         tiff_ = TIFFOpenExt(temp.c_str(), rawBytes > (3ull << 30) ? "w8" : "w", options_);
-        if (tiff_ == nullptr) fail();
+        if (tiff_ == nullptr) {
+            const std::string why = error_;
+            TIFFOpenOptionsFree(options_);
+            throw Failure("cannot write " + target_ + (why.empty() ? "" : ": " + why));
+        }
     }
 
     ~CountsOutput() override {
@@ -157,6 +161,17 @@ CountsArchiveReader::CountsArchiveReader(const std::string& path) : name_(path) 
     registerBlockTag();
     options_ = openOptions(error_);
     tiff_ = TIFFOpenExt(path.c_str(), "r", options_);
+    try {
+        checkFile();
+    } catch (...) {
+        // No destructor runs for a constructor that throws.
+        if (tiff_ != nullptr) TIFFClose(tiff_);
+        TIFFOpenOptionsFree(options_);
+        throw;
+    }
+}
+
+void CountsArchiveReader::checkFile() {
     if (tiff_ == nullptr) fail("cannot be read");
     uint32_t w = 0, h = 0;
     TIFFGetField(tiff_, TIFFTAG_IMAGEWIDTH, &w);

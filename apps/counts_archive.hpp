@@ -43,6 +43,7 @@ public:
     bool next(Frame& frame);
 
 private:
+    void checkFile();
     [[noreturn]] void fail(const std::string& what) const;
     void checkPage(uint64_t page) const;
 
