@@ -24,6 +24,10 @@ packages=(
     libtiff-dev
     nlohmann-json3-dev
     libmpfr-dev
+    libavcodec-dev
+    libavformat-dev
+    libswscale-dev
+    libavutil-dev
     "$@"
 )
 
