@@ -130,6 +130,12 @@ public:
                                       "default-src 'self'; img-src 'self' data: blob:; "
                                       "frame-ancestors 'none'"}});
         routes();
+        // Not SO_REUSEPORT, which httplib sets by default: a second viewer
+        // on a port in use must fail, not share it.
+        server_.set_socket_options([](socket_t sock) {
+            int yes = 1;
+            ::setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
         if (options_.port != 0) {
             if (!server_.bind_to_port("127.0.0.1", options_.port))
                 throw Failure("cannot listen on 127.0.0.1:" + std::to_string(options_.port) +

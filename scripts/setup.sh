@@ -23,6 +23,10 @@ packages=(
     libpng-dev
     libtiff-dev
     nlohmann-json3-dev
+    libcpp-httplib-dev
+    chromium
+    chromium-driver
+    python3-selenium
     "$@"
 )
 

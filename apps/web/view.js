@@ -487,7 +487,9 @@ function drawProfile() {
 function drawTimePlot() {
   const sr = state.series;
   if (!sr || state.shapes.length === 0) { plotLines($('timeplot'), [], []); return; }
-  const lines = sr.shapes.map((q, i) => ({colour: colourOf(i), values: q.shape === 'spot' ? q.t : q.mean}));
+  // The server lists spots, then rectangles, ellipses and lines: match by name.
+  const lines = sr.shapes.map((q) => ({colour: colourOf(state.shapes.findIndex((s) => s.name === q.name)),
+    values: q.shape === 'spot' ? q.t : q.mean}));
   plotLines($('timeplot'), lines, sr.frames, state.index);
 }
 
@@ -501,7 +503,7 @@ let seriesBusy = false, seriesAgain = false;
 async function requestSeries(reset) {
   if (reset) { state.series = null; state.seriesKey = ''; }
   if (state.shapes.length === 0) { drawTimePlot(); return; }
-  if (seriesBusy) { seriesAgain = seriesAgain || reset || true; return; }
+  if (seriesBusy) { seriesAgain = true; return; }
   seriesBusy = true;
   try {
     const key = seriesQuery();
@@ -657,7 +659,12 @@ function fromHash() {
 // Live: a long poll says when frames arrive; the newest is shown unless
 // the view is paused, and the plot over time grows.
 async function follow() {
-  let lastSeries = 0;
+  // At most a few series requests a second, the last always after the last
+  // frame: a timer rather than dropping updates that come too soon.
+  let seriesTimer = null;
+  const growSeries = () => {
+    if (seriesTimer === null) seriesTimer = setTimeout(() => { seriesTimer = null; requestSeries(false); }, 300);
+  };
   for (;;) {
     let i;
     try {
@@ -671,12 +678,9 @@ async function follow() {
     setCount();
     $('source').textContent = sourceText(i);
     if (grew && state.followLive && !state.playing && i.frames > 0) showFrame(i.frames - 1);
-    if (grew && performance.now() - lastSeries > 500) {
-      lastSeries = performance.now();
-      requestSeries(false);
-    }
+    if (grew) growSeries();
     if (i.complete && !grew) {
-      requestSeries(false);
+      growSeries();
       break;
     }
   }
