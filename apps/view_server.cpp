@@ -175,9 +175,14 @@ private:
         return true;
     }
 
+    // Digits only, few enough not to overflow: "x", "-1" and "1e3" are no numbers.
     static bool frameNumber(const std::string& text, uint64_t& n) {
         if (text.empty() || text.size() > 18) return false;
-        n = std::strtoull(text.c_str(), nullptr, 10);
+        n = 0;
+        for (const char c : text) {
+            if (c < '0' || c > '9') return false;
+            n = n * 10 + static_cast<uint64_t>(c - '0');
+        }
         return true;
     }
 

@@ -1,0 +1,222 @@
+"""`kalviro view` driven in headless Chromium, as a user drives it.
+
+Temperatures are checked against the library's per-pixel C entry (see
+conftest.py) and region statistics against `kalviro convert --roi`'s JSON.
+Runs as root and without a display: --headless, --no-sandbox.
+"""
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+import time
+
+import pytest
+
+from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+
+CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
+DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
+OUT = os.environ.get("KALVIRO_BROWSER_OUT", tempfile.gettempdir())
+
+webdriver = pytest.importorskip("selenium.webdriver", reason="python3-selenium is not installed")
+from selenium.webdriver.common.action_chains import ActionChains  # noqa: E402
+from selenium.webdriver.common.by import By  # noqa: E402
+from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
+
+if not (os.access(CHROMIUM, os.X_OK) and os.access(DRIVER, os.X_OK)):
+    pytest.skip(f"no Chromium here ({CHROMIUM}, {DRIVER}): install chromium and chromium-driver",
+                allow_module_level=True)
+
+
+def make_browser():
+    opts = webdriver.ChromeOptions()
+    opts.binary_location = CHROMIUM
+    for flag in ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+                 "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                 "--disable-dev-shm-usage", "--window-size=1400,1000", "--force-device-scale-factor=1",
+                 # A rebinding attack's name for this machine, resolved with no DNS.
+                 "--host-resolver-rules=MAP rebound.test 127.0.0.1"]:
+        opts.add_argument(flag)
+    profile = tempfile.mkdtemp(prefix="kalviro-chromium-")
+    opts.add_argument("--user-data-dir=" + profile)
+    service = webdriver.ChromeService(executable_path=DRIVER) if hasattr(webdriver, "ChromeService") \
+        else webdriver.chrome.service.Service(executable_path=DRIVER)
+    driver = webdriver.Chrome(service=service, options=opts)
+    driver.set_page_load_timeout(120)
+    driver.set_script_timeout(120)
+    driver.kalviro_profile = profile
+    return driver
+
+
+# Generous: a loaded 2-core machine is slow, and waits end as soon as met.
+def wait_for(driver, script, timeout=60):
+    return WebDriverWait(driver, timeout, poll_frequency=0.05).until(lambda d: d.execute_script(script))
+
+
+def open_page(driver, url):
+    driver.get(url)
+    wait_for(driver, "return window.kalviroView && window.kalviroView.ready === true")
+
+
+def pixel_offset(driver, x, y):
+    """The offset from the canvas's centre of frame pixel (x, y)."""
+    size = driver.find_element(By.ID, "frame").size
+    return (int((x + 0.5) * size["width"] / W - size["width"] / 2),
+            int((y + 0.5) * size["height"] / H - size["height"] / 2))
+
+
+def hover(driver, x, y):
+    dx, dy = pixel_offset(driver, x, y)
+    ActionChains(driver).move_to_element_with_offset(driver.find_element(By.ID, "frame"), dx, dy).perform()
+    wait_for(driver, "return document.getElementById('readout').textContent.includes('at (%d, %d)')" % (x, y))
+    return driver.find_element(By.ID, "readout").text
+
+
+def drag(driver, a, b):
+    canvas = driver.find_element(By.ID, "frame")
+    ax, ay = pixel_offset(driver, *a)
+    bx, by = pixel_offset(driver, *b)
+    (ActionChains(driver).move_to_element_with_offset(canvas, ax, ay).click_and_hold()
+     .move_to_element_with_offset(canvas, (ax + bx) // 2, (ay + by) // 2)
+     .move_to_element_with_offset(canvas, bx, by).release().perform())
+
+
+def shown_frame(driver):
+    return int(driver.find_element(By.ID, "frame-number").text)
+
+
+@pytest.fixture(scope="module")
+def browser():
+    driver = make_browser()
+    yield driver
+    driver.quit()
+    shutil.rmtree(driver.kalviro_profile, ignore_errors=True)
+
+
+# ---- tests ----
+
+def test_readout_region_and_frames(viewer, browser, truth, work):
+    open_page(browser, viewer.url + "#frame=2")
+    assert shown_frame(browser) == 2
+    temps = floats(truth[2])
+    gray = (work / "rec.raw").read_bytes()[2 * (W * H * 2 + BLOCK):]
+    for x, y in [(0, 0), (W - 1, H - 1), (80, 60), (37, 91), (W // 2 + 3, H // 2 - 7)]:
+        text = hover(browser, x, y)
+        g = gray[2 * (y * W + x)] | gray[2 * (y * W + x) + 1] << 8
+        assert text == f"{temps[y * W + x]:.2f} °C at ({x}, {y}), gray {g}", (x, y)
+
+    # A rectangle: its statistics as `kalviro convert --roi` gives them.
+    drag(browser, (60, 40), (89, 64))
+    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 1")
+    row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr")
+    page = {k: row.find_element(By.CLASS_NAME, k).text for k in ("min", "max", "mean", "std")}
+    out = work / "roi.json"
+    subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", "2",
+                    "--roi", "60,40,30,25", "-o", str(out), "-q", "--force"], check=True, capture_output=True)
+    roi = json.loads(out.read_text())["frames"][0]["rois"][0]
+    for k in page:
+        assert float(page[k]) == pytest.approx(roi[k], abs=0.0051), k
+    command = browser.find_element(By.ID, "command").get_attribute("value")
+    assert "--roi roi1=60,40,30,25" in command and "--frames 2" in command
+
+    # A spot, a line and an ellipse; the plot over time covers every frame.
+    ActionChains(browser).move_to_element_with_offset(browser.find_element(By.ID, "frame"),
+                                                      *pixel_offset(browser, 10, 10)).click().perform()
+    browser.execute_script("document.getElementById('tool').value = 'line'")
+    drag(browser, (5, 100), (150, 20))
+    browser.execute_script("document.getElementById('tool').value = 'ellipse'")
+    drag(browser, (20, 20), (60, 50))
+    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 4")
+    command = browser.find_element(By.ID, "command").get_attribute("value")
+    for part in ("--spot 10,10", "--line line1=5,100,150,20", "--ellipse ellipse1=20,20,41,31", "--table"):
+        assert part in command
+    wait_for(browser, "return state.series && state.series.frames.length === %d && "
+                      "state.series.shapes.length === 4" % FRAMES)
+
+    # Following the fragment jumps.
+    browser.execute_script("location.hash = '#frame=4'")
+    wait_for(browser, "return document.getElementById('frame-number').textContent === '4'")
+    assert hover(browser, 80, 60).startswith(f"{floats(truth[4])[60 * W + 80]:.2f} °C")
+    assert browser.find_element(By.ID, "uptime").text != "-"
+    assert len(browser.find_elements(By.CSS_SELECTOR, "#fields tbody tr")) > 30
+
+    # The screenshot of the documentation.
+    browser.execute_script("document.getElementById('palette').value = 'iron';")
+    browser.save_screenshot(os.path.join(OUT, "view.png"))
+
+
+def test_live_stream_follows_and_keeps_frames(work, browser):
+    data = (work / "rec.raw").read_bytes()
+    size = W * H * 2 + BLOCK
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
+    try:
+        v.proc.stdin.write(data[:2 * size])
+        v.proc.stdin.flush()
+        open_page(browser, v.url)
+        wait_for(browser, "return document.getElementById('frame-number').textContent === '1'")
+        # A spot: its plot over time grows with the stream.
+        ActionChains(browser).move_to_element_with_offset(browser.find_element(By.ID, "frame"),
+                                                          *pixel_offset(browser, 80, 60)).click().perform()
+        for n in (2, 3):
+            time.sleep(0.3)
+            v.proc.stdin.write(data[n * size:(n + 1) * size])
+            v.proc.stdin.flush()
+            wait_for(browser, f"return document.getElementById('frame-number').textContent === '{n}'")
+        wait_for(browser, "return state.series && state.series.frames.length === 4")
+        browser.find_element(By.ID, "live-pause").click()
+        v.proc.stdin.write(data[4 * size:5 * size] + data[5 * size:5 * size + 1000])  # and part of a frame
+        v.proc.stdin.close()
+        wait_for(browser, "return document.getElementById('frame-count').textContent === '5'")
+        time.sleep(0.3)
+        assert shown_frame(browser) == 3  # held while frames kept arriving
+        browser.find_element(By.ID, "live-pause").click()
+        wait_for(browser, "return document.getElementById('frame-number').textContent === '4'")
+        status, body, _ = v.get("/api/recording")
+        assert status == 200 and body == data[:5 * size]
+    finally:
+        code, err = v.stop()
+    assert code == 0, err
+    assert "is truncated: frame 5 stops after 1000" in err and "5 whole frame(s)" in err
+
+
+def test_speed_640x512(work, browser):
+    big = work / "big.raw"
+    subprocess.run([KALVIRO, "synth", "--caltype", str(CALTYPE), "--size", "640x512", "--frames", "12",
+                    "--scene", "person", "-o", str(big)], check=True, capture_output=True, timeout=120)
+    v = Viewer([str(big), "--caltype", str(CALTYPE)])
+    try:
+        start = time.monotonic()
+        open_page(browser, v.url)
+        first = browser.execute_script("return window.kalviroView.firstFrameMs")
+        browser.find_element(By.ID, "play").click()
+        time.sleep(2.0)
+        fps = browser.execute_script("return window.kalviroView.fps")
+        browser.find_element(By.ID, "play").click()
+        line = (f"640x512: first frame {first:.0f} ms after the page started loading "
+                f"({(time.monotonic() - start) * 1000:.0f} ms with the page load), playing {fps:.1f} frames/s\n")
+        print(line)
+        with open(os.path.join(OUT, "view_speed.txt"), "w") as f:
+            f.write(line)
+        assert fps and fps > 0
+    finally:
+        assert v.stop()[0] == 0
+
+
+def test_browser_is_refused(viewer, browser):
+    body = lambda: browser.find_element(By.TAG_NAME, "body").text  # noqa: E731
+    base = f"http://127.0.0.1:{viewer.port}"
+    browser.get(base + "/")
+    assert "forbidden: no valid token" in body()
+    # A name rebound to 127.0.0.1: the token does not help it.
+    browser.get(f"http://rebound.test:{viewer.port}/?token={viewer.token}")
+    assert "forbidden: foreign Host" in body()
+    browser.get(f"{base}/../../etc/passwd?token={viewer.token}")
+    assert ("not found" in body() or "HTTP ERROR 404" in body()) and "root:" not in body()
+    # A page of another origin cannot read the data, token or not.
+    browser.get(f"http://rebound.test:{viewer.port}/")
+    got = browser.execute_async_script("""
+        const done = arguments[arguments.length - 1];
+        fetch(arguments[0]).then((r) => done('status ' + r.status), (e) => done('failed'));""",
+                                       viewer.url.replace("/?", "/api/info?"))
+    assert got in ("failed", "status 403"), got
