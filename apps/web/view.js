@@ -25,6 +25,7 @@ const state = {
 };
 
 // What the browser test reads back.
+// firstFrameMs counts from the start of the page's navigation.
 window.kalviroView = {firstFrameMs: null, framesShown: 0, playStart: 0, playFrames: 0, fps: null};
 
 function api(path) {
@@ -176,8 +177,7 @@ function colourRange(temps) {
     lo = Math.fround(Number(fixed[1]));
     hi = Math.fround(Number(fixed[2]));
   } else {
-    lo = Infinity; hi = -Infinity;
-    for (const t of temps) if (Number.isFinite(t)) { if (t < lo) lo = t; if (t > hi) hi = t; }
+    [lo, hi] = extremes(temps);
     if (lo === Infinity) { lo = 0; hi = 1; }
   }
   if (!(hi > lo)) { lo = Math.fround(lo - 0.5); hi = Math.fround(hi + 0.5); }
@@ -208,22 +208,27 @@ function render() {
   const [lo, hi] = colourRange(state.temps);
   const span = Math.fround(hi - lo);
   const iso = parseIsotherm();
-  const px = image.data;
+  // One 32-bit store a pixel, colours packed once a frame (RGBA in memory
+  // order on a little-endian host, the only kind browsers run on).
+  const rgba = (r, g, b) => ((255 << 24) | (b << 16) | (g << 8) | r) >>> 0;
+  const lut = new Uint32Array(256);
+  for (let c = 0; c < 256; c++) lut[c] = rgba(pal[3 * c], pal[3 * c + 1], pal[3 * c + 2]);
+  const invalid = rgba(255, 0, 255); // magenta, as the command's PNG
+  const isoColour = iso ? rgba(...iso.rgb) : 0;
+  const px = new Uint32Array(image.data.buffer);
   const f = Math.fround;
-  for (let i = 0, o = 0; i < state.temps.length; i++, o += 4) {
-    const t = state.temps[i];
-    let r = 255, g = 0, b = 255; // invalid: magenta, as the command's PNG
-    if (Number.isFinite(t)) {
-      if (iso && t >= iso.lo && t <= iso.hi) {
-        [r, g, b] = iso.rgb;
-      } else {
-        // The command's rounding: in single precision, nearest colour.
-        const k = Math.min(255, Math.max(0, f(f(f(t - lo) / span) * 255)));
-        const c = 3 * Math.round(k);
-        r = pal[c]; g = pal[c + 1]; b = pal[c + 2];
-      }
+  const temps = state.temps;
+  for (let i = 0; i < temps.length; i++) {
+    const t = temps[i];
+    if (!Number.isFinite(t)) {
+      px[i] = invalid;
+    } else if (iso && t >= iso.lo && t <= iso.hi) {
+      px[i] = isoColour;
+    } else {
+      // The command's rounding: in single precision, nearest colour.
+      const k = Math.min(255, Math.max(0, f(f(f(t - lo) / span) * 255)));
+      px[i] = lut[Math.round(k)];
     }
-    px[o] = r; px[o + 1] = g; px[o + 2] = b; px[o + 3] = 255;
   }
   ctx.putImageData(image, 0, 0);
   $('colour-range').textContent = `colours ${fmt2(lo)} to ${fmt2(hi)} °C`;
@@ -399,21 +404,39 @@ function updateStats() {
 }
 
 function histogramOf(values, lo, hi, bins) {
-  const h = new Array(bins).fill(0);
-  const span = hi - lo || 1;
-  for (const t of values) {
+  const h = new Int32Array(bins);
+  const scale = bins / (hi - lo || 1);
+  for (let i = 0; i < values.length; i++) {
+    const t = values[i];
     if (!Number.isFinite(t)) continue;
-    h[Math.min(bins - 1, Math.max(0, Math.floor(((t - lo) / span) * bins)))]++;
+    h[Math.min(bins - 1, Math.max(0, Math.floor((t - lo) * scale)))]++;
   }
-  return h;
+  return Array.from(h);
+}
+
+// The smallest and largest valid temperature; [Infinity, -Infinity] when none.
+function extremes(temps) {
+  let lo = Infinity, hi = -Infinity;
+  for (let i = 0; i < temps.length; i++) {
+    const t = temps[i];
+    if (t < lo) lo = t;  // NaN compares false; infinities are not temperatures
+    if (t > hi) hi = t;
+  }
+  if (lo === -Infinity || hi === Infinity) {
+    lo = Infinity; hi = -Infinity;
+    for (let i = 0; i < temps.length; i++) {
+      const t = temps[i];
+      if (Number.isFinite(t)) { if (t < lo) lo = t; if (t > hi) hi = t; }
+    }
+  }
+  return [lo, hi];
 }
 
 function drawHistogram() {
   const c = $('histogram'), ctx = c.getContext('2d');
   ctx.clearRect(0, 0, c.width, c.height);
   if (!state.temps) return;
-  let lo = Infinity, hi = -Infinity;
-  for (const t of state.temps) if (Number.isFinite(t)) { if (t < lo) lo = t; if (t > hi) hi = t; }
+  const [lo, hi] = extremes(state.temps);
   if (lo === Infinity) return;
   const bins = 90;
   const whole = histogramOf(state.temps, lo, hi, bins);
@@ -543,7 +566,12 @@ function updateCommand() {
     `${base}${opts} --table series.csv`;
 }
 
+// One block request at a time; when it returns, the frame shown by then is
+// asked for next, so playing costs no queue of requests.
+let blockBusy = false;
 async function showBlock(n) {
+  if (blockBusy) return;
+  blockBusy = true;
   try {
     const b = await getJson(`/api/frame/${n}/block`);
     if (n !== state.index) return;
@@ -564,6 +592,9 @@ async function showBlock(n) {
     }
   } catch (e) {
     console.error(e);
+  } finally {
+    blockBusy = false;
+    if (state.index !== n) showBlock(state.index);
   }
 }
 
@@ -574,25 +605,30 @@ async function fetchFrame(n) {
   return {n, temps: new Float32Array(t), gray: new Uint16Array(g)};
 }
 
-// Shows frame n; while a frame loads, only the newest request waits behind it.
+// Shows frame n. Only the newest request waits; it is fetched while the
+// frame before it is drawn.
 let wanted = null;
 async function showFrame(n) {
   const i = state.info;
   n = Math.max(i.first, Math.min(i.frames - 1, n));
   wanted = n;
   if (state.loading) return state.loading;
+  const take = () => {
+    const p = fetchFrame(wanted);
+    wanted = null;
+    return p;
+  };
   state.loading = (async () => {
-    while (wanted !== null) {
-      const m = wanted;
-      wanted = null;
-      let f;
+    let pending = take();
+    while (pending) {
+      let f = null;
       try {
-        f = await fetchFrame(m);
+        f = await pending;
       } catch (e) {
         console.error(e);
-        continue;
       }
-      present(f);
+      pending = wanted !== null ? take() : null;
+      if (f) present(f);
     }
     state.loading = null;
   })();
@@ -711,7 +747,6 @@ function exportPng() {
 }
 
 async function start() {
-  const t0 = performance.now();
   const firstWanted = fromHash();
   const [info, palettes] = await Promise.all([getJson('/api/info'), getJson('/api/palettes')]);
   state.info = info;
@@ -726,7 +761,6 @@ async function start() {
   fit();
   setupPointer();
   await showFrame(firstWanted !== null ? firstWanted : info.live ? info.frames - 1 : info.first);
-  window.kalviroView.firstFrameMs -= t0;
   window.kalviroView.ready = true;
 
   window.addEventListener('hashchange', () => {
