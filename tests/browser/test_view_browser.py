@@ -220,3 +220,36 @@ def test_browser_is_refused(viewer, browser):
         fetch(arguments[0]).then((r) => done('status ' + r.status), (e) => done('failed'));""",
                                        viewer.url.replace("/?", "/api/info?"))
     assert got in ("failed", "status 403"), got
+
+
+def test_colours_are_the_commands(viewer, browser, work):
+    # The PNG of `kalviro convert`, decoded by the browser, against the
+    # page's canvas pixel for pixel, for each palette and a fixed range.
+    import base64
+    open_page(browser, viewer.url + "#frame=3")
+    for palette in browser.execute_script("return Object.keys(state.palettes)"):
+        out = work / f"colours_{palette}.png"
+        subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", "3",
+                        "--palette", palette, "--range", "20:30.5", "--no-markers", "-o", str(out), "-q",
+                        "--force"], check=True, capture_output=True, timeout=60)
+        png = next(work.glob(f"colours_{palette}*.png")).read_bytes()
+        differ = browser.execute_async_script("""
+            const [png, palette, w, h, done] = arguments;
+            document.getElementById('range').value = '20:30.5';
+            document.getElementById('palette').value = palette;
+            render();
+            const page = document.getElementById('frame').getContext('2d').getImageData(0, 0, w, h).data;
+            const img = new Image();
+            img.onload = () => {
+              const c = document.createElement('canvas');
+              c.width = img.width; c.height = img.height;
+              const ctx = c.getContext('2d');
+              ctx.drawImage(img, 0, 0);
+              const file = ctx.getImageData(0, 0, w, h).data;
+              let differ = 0;
+              for (let i = 0; i < file.length; i++) if (file[i] !== page[i]) differ++;
+              done(differ);
+            };
+            img.onerror = () => done('the PNG did not load');
+            img.src = 'data:image/png;base64,' + png;""", base64.b64encode(png).decode(), palette, W, H)
+        assert differ == 0, palette
