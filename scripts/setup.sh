@@ -28,6 +28,10 @@ packages=(
     libavformat-dev
     libswscale-dev
     libavutil-dev
+    libcpp-httplib-dev
+    chromium
+    chromium-driver
+    python3-selenium
     "$@"
 )
 
