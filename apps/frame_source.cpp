@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "counts_archive.hpp"
 #include "failure.hpp"
 #include "signals.hpp"
 
@@ -40,6 +41,16 @@ FileLayout layoutOf(const std::string& path, const std::optional<FrameSize>& siz
 
 FrameSource::FrameSource(const std::string& path, const std::optional<FrameSize>& size)
     : name_(isStdin(path) ? "<stdin>" : path) {
+    if (looksLikeTiff(path)) {
+        archive_ = std::make_unique<CountsArchiveReader>(path);
+        if (size && (size->width != archive_->size().width || size->height != archive_->size().height)) {
+            throw Failure(path + " holds " + archive_->size().text() + " frames, not the given " +
+                          size->text());
+        }
+        size_ = archive_->size();
+        frames_ = archive_->frames();
+        return;
+    }
     const FileLayout layout = layoutOf(path, size);
     size_ = layout.size;
     if (isStdin(path)) {
@@ -110,8 +121,14 @@ bool FrameSource::readExactly(uint8_t* to, uint64_t bytes) {
         return false;
     }
     if (inFrame_ == 0) return false;
-    throw Failure(name_ + " is truncated: frame " + std::to_string(nextIndex_) + " stops after " +
-                  std::to_string(inFrame_) + " of " + std::to_string(size_.frameBytes()) + " bytes");
+    partial_ = inFrame_;
+    throw Failure(truncation());
+}
+
+std::string FrameSource::truncation() const {
+    if (partial_ == 0) return "";
+    return name_ + " is truncated: frame " + std::to_string(nextIndex_) + " stops after " +
+           std::to_string(partial_) + " of " + std::to_string(size_.frameBytes()) + " bytes";
 }
 
 bool FrameSource::readPixels(std::vector<uint16_t>& pixels) {
@@ -147,6 +164,12 @@ bool FrameSource::skip(uint64_t bytes) {
 
 bool FrameSource::next(Frame& frame, bool withPixels) {
     if (frames_ && nextIndex_ >= *frames_) return false;
+    if (archive_) {
+        if (!archive_->next(frame)) return false;
+        if (!withPixels) frame.pixels.clear();
+        frame.index = nextIndex_++;
+        return true;
+    }
     const uint64_t pixelBytes = size_.pixels() * 2;
     const uint64_t centre = static_cast<uint64_t>(size_.height / 2) * static_cast<uint64_t>(size_.width) +
                             static_cast<uint64_t>(size_.width / 2);

@@ -3,11 +3,14 @@
 // is a stream from a capture program, whose size must be given. A stream is
 // a recording: when it ends inside a frame, or a signal asks the command to
 // stop (StopOnSignal), the frames that arrived whole are the stream, and
-// what had arrived when the signal came is read before it stops.
+// what had arrived when the signal came is read before it stops. A
+// gray-value archive (a TIFF written by convert --counts) reads as the raw
+// file it came from, its size taken from the file.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +19,8 @@
 #include "kalviro.h"
 
 namespace kalviro::cli {
+
+class CountsArchiveReader;
 
 struct Frame {
     uint64_t index = 0;
@@ -50,6 +55,9 @@ public:
     // ended between frames), and the error that ended it, if any.
     uint64_t partialBytes() const { return partial_; }
     const std::string& readError() const { return readError_; }
+    // "NAME is truncated: frame N stops after B of F bytes", or "" when the
+    // stream ended between frames.
+    std::string truncation() const;
 
 private:
     // false at a clean end before the frame, and for a stream at any end;
@@ -72,6 +80,7 @@ private:
     std::string readError_;
     std::vector<uint8_t> scratch_;
     std::vector<uint8_t> memory_;
+    std::unique_ptr<CountsArchiveReader> archive_;
 };
 
 // The size inferred for a file, or the given one for a stream; for "-"

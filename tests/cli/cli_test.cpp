@@ -19,12 +19,12 @@
 #include <string>
 #include <vector>
 
-#include "cli_harness.hpp"
+#include "cli_fixture.hpp"
 #include "kalviro.hpp"
 
 namespace {
 
-using namespace cli_harness;
+using namespace kalviro::cli_test;
 
 // The temperatures of two TIFFs, page by page, differ by at most this.
 float maxDifference(const std::vector<TiffPage>& a, const std::vector<TiffPage>& b) {

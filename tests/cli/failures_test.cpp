@@ -13,11 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "cli_harness.hpp"
+#include "cli_fixture.hpp"
 
 namespace {
 
-using namespace cli_harness;
+using namespace kalviro::cli_test;
 
 // Every file of the directory whose name starts with a dot: a temporary
 // file left behind.
@@ -222,8 +222,8 @@ TEST_F(Cli, HugeSizeOnShortStreamAllocatesWhatArrived) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer's shadow memory does not fit a memory limit";
 #endif
-    const Result r = run("convert - --size 16384x16384 --caltype 21 -o big.tiff -o big.png",
-                         "ulimit -v 200000; head -c 1000 /dev/zero |");
+    const Result r = run("convert - --size 16384x16384 --caltype 21 -j 2 -o big.tiff -o big.png",
+                         "ulimit -v 800000; head -c 1000 /dev/zero |");
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.err.find("ended inside its first frame"), std::string::npos) << r.err;
     EXPECT_EQ(hidden(dir_), std::vector<std::string>{});

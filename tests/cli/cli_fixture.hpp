@@ -1,6 +1,7 @@
-// The kalviro command driven as a user drives it: each test runs the built
-// binary in a directory of its own and reads the outputs back with libpng,
-// libtiff and nlohmann-json.
+// The built `kalviro` command run as a user runs it: through the shell or
+// started for signals to reach it, in a fresh directory per test, its exit
+// status and both output streams captured; TIFF outputs read back with
+// libtiff.
 #pragma once
 
 #include <fcntl.h>
@@ -18,7 +19,7 @@
 #include <string>
 #include <vector>
 
-namespace cli_harness {
+namespace kalviro::cli_test {
 
 namespace fs = std::filesystem;
 
@@ -149,4 +150,4 @@ inline std::vector<TiffPage> readTiff(const fs::path& p) {
     return pages;
 }
 
-}  // namespace cli_harness
+}  // namespace kalviro::cli_test
