@@ -1,5 +1,6 @@
 #include "convert_run.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -8,6 +9,7 @@
 #include <exception>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "failure.hpp"
@@ -62,12 +64,17 @@ public:
         summary_.first = first;
         summary_.threads = threads;
         summary_.regions.resize(run.regions.size());
-        // Results wait for their turn: a few per thread keep every thread busy
-        // and memory bounded.
-        limit_ = threads <= 1 ? 1 : 3 * static_cast<size_t>(threads);
         if (threads > 1) {
-            for (unsigned i = 0; i < threads; ++i) workers_.emplace_back([this] { work(); });
+            // A thread the system refuses means fewer workers; none, a serial run.
+            try {
+                for (unsigned i = 0; i < threads; ++i) workers_.emplace_back([this] { work(); });
+            } catch (const std::system_error&) {
+            }
+            summary_.threads = std::max<unsigned>(1, static_cast<unsigned>(workers_.size()));
         }
+        // Results wait for their turn: a few per worker keep every worker busy
+        // and memory bounded.
+        limit_ = workers_.size() <= 1 ? 1 : 3 * workers_.size();
     }
 
     ~Pipeline() { stop(); }
@@ -135,8 +142,9 @@ private:
     }
 
     void work() {
-        // Each worker's scratch table for the frames it converts.
-        auto table = std::make_unique<KalviroFrameTable>();
+        // Each worker's scratch table for the frames it converts, made at its
+        // first frame: a worker that gets none costs no table.
+        std::unique_ptr<KalviroFrameTable> table;
         for (;;) {
             std::unique_lock<std::mutex> lock(mutex_);
             ready_.wait(lock, [&] { return !jobs_.empty() || closing_; });
@@ -145,6 +153,7 @@ private:
             jobs_.pop_front();
             lock.unlock();
             try {
+                if (!table) table = std::make_unique<KalviroFrameTable>();
                 deliver(convert(job, *table));
             } catch (...) {
                 std::lock_guard<std::mutex> relock(mutex_);

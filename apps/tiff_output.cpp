@@ -14,10 +14,15 @@ namespace {
 
 thread_local std::string tLastTiffError;
 
+// Called from inside libtiff: nothing may be thrown through its C frames.
 extern "C" void tiffError(const char* module, const char* fmt, va_list ap) {
     char buf[512];
     std::vsnprintf(buf, sizeof buf, fmt, ap);
-    tLastTiffError = std::string(module ? module : "libtiff") + ": " + buf;
+    try {
+        tLastTiffError = std::string(module ? module : "libtiff") + ": " + buf;
+    } catch (const std::bad_alloc&) {
+        tLastTiffError = "out of memory";  // short enough to need no allocation
+    }
 }
 
 extern "C" void tiffWarning(const char*, const char*, va_list) {}

@@ -229,6 +229,20 @@ TEST_F(Cli, HugeSizeOnShortStreamAllocatesWhatArrived) {
     EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
 }
 
+// Threads the system refuses (here each would reserve a gigabyte of stack
+// under a 3 GB limit) mean fewer workers, not an abort.
+TEST_F(Cli, RefusedThreadsMeanFewerWorkers) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's shadow memory does not fit a memory limit";
+#endif
+    ok("synth --caltype 21 --size 16x16 --frames 20 -o twenty.raw");
+    const Result r = run("convert twenty.raw --size 16x16 --caltype 21 -j 50 -o t.tiff -o t.json",
+                         "ulimit -v 3000000; ulimit -s 1000000;");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(readTiff(path("t.tiff")).size(), 20u);
+    EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
+
 // Signals that end a run remove every temporary file, whatever their number.
 class EndingSignal : public Cli, public ::testing::WithParamInterface<int> {};
 
