@@ -7,6 +7,7 @@
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
 #include "core/numeric.hpp"
+#include "core/rounded_math.hpp"
 #include "kalviro.h"
 #include "ladder/pipeline.hpp"
 
@@ -17,7 +18,7 @@ int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float 
     const double rate = frameAirRate(block);
     const float q = m.exponent == Exponent::Distance ? static_cast<float>((blockDistance(block) - 1.5) * rate)
                                                      : static_cast<float>(rate);
-    const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : std::exp(-static_cast<double>(q));
+    const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : roundedExp(-static_cast<double>(q));
     const float a = frameAirCorrection(rawTemp, baseTemp, y);
 
     // The apparent temperature is cut to hundredths towards zero here.
