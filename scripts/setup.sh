@@ -27,6 +27,7 @@ packages=(
     libavformat-dev
     libswscale-dev
     libavutil-dev
+    python3-tifffile
     libmpfr-dev
     "$@"
 )
