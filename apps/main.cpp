@@ -11,6 +11,7 @@
 #include "palette.hpp"
 #include "pending_files.hpp"
 #include "synth_scene.hpp"
+#include "view_command.hpp"
 
 namespace {
 
@@ -105,6 +106,9 @@ int main(int argc, char** argv) {
     t2gCmd->add_option("-d,--distance", t2g.distance, "object distance in metres, in place of the block's");
     t2gCmd->add_flag("--json", t2g.json, "as JSON");
 
+    ViewOptions view;
+    auto* viewCmd = addViewCommand(app, view);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -119,6 +123,7 @@ int main(int argc, char** argv) {
         if (convCmd->parsed()) runConvert(conv);
         if (synthCmd->parsed()) runSynth(synth);
         if (t2gCmd->parsed()) runTemp2Gray(t2g);
+        if (viewCmd->parsed()) runView(view);
     } catch (const Failure& e) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;

@@ -23,12 +23,16 @@ packages=(
     libpng-dev
     libtiff-dev
     nlohmann-json3-dev
+    libmpfr-dev
     libavcodec-dev
     libavformat-dev
     libswscale-dev
     libavutil-dev
     python3-tifffile
-    libmpfr-dev
+    libcpp-httplib-dev
+    chromium
+    chromium-driver
+    python3-selenium
     "$@"
 )
 
