@@ -1,7 +1,7 @@
 """`kalviro view` driven in headless Chromium, as a user drives it.
 
 Temperatures are checked against the library's per-pixel C entry (see
-conftest.py) and region statistics against `kalviro convert --roi`'s JSON.
+per_pixel.c) and region statistics against `kalviro convert --roi`'s JSON.
 Runs as root and without a display: --headless, --no-sandbox.
 """
 import json
