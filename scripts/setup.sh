@@ -27,6 +27,7 @@ packages=(
     chromium
     chromium-driver
     python3-selenium
+    libmpfr-dev
     "$@"
 )
 
