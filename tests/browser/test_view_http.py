@@ -151,7 +151,26 @@ def test_garbage_on_the_socket(viewer):
                 s.recv(1000)
             except (ConnectionResetError, BrokenPipeError, socket.timeout):
                 pass
+    # A download dropped after its first bytes.
+    with socket.create_connection(("127.0.0.1", viewer.port), timeout=10) as s:
+        s.sendall(f"GET /api/recording?token={viewer.token} HTTP/1.1\r\nHost: 127.0.0.1:{viewer.port}\r\n\r\n"
+                  .encode())
+        assert s.recv(100).startswith(b"HTTP/1.1 200")
     assert viewer.get("/api/info")[0] == 200
+
+
+def test_empty_stream(work):
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.DEVNULL)
+    try:
+        info = json.loads(v.get("/api/wait?after=0")[1])
+        assert (info["frames"], info["complete"]) == (0, True)
+        assert v.get("/api/frame/0")[0] == 404
+        assert v.get("/api/series?spot=1,1")[0] == 200
+        status, body, _ = v.get("/api/recording")
+        assert (status, body) == (200, b"")
+    finally:
+        code, err = v.stop()
+    assert code == 0 and "0 whole frame(s)" in err, err
 
 
 def test_listens_on_loopback_only(viewer):
