@@ -9,7 +9,6 @@ a second.
 KALVIRO defaults to build/run/apps/kalviro (scripts/run.sh builds it). Needs
 Debian's chromium, chromium-driver and python3-selenium."""
 import os
-import re
 import signal
 import subprocess
 import sys

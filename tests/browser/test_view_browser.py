@@ -13,7 +13,7 @@ import time
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import BLOCK, CALTYPE, FRAMES, H, KALVIRO, W, Viewer, floats
 
 CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
 DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
