@@ -1,7 +1,7 @@
 """`kalviro view` driven in headless Chromium, as a user drives it.
 
 Temperatures are checked against the library's per-pixel C entry (see
-conftest.py) and region statistics against `kalviro convert --roi`'s JSON.
+per_pixel.c) and region statistics against `kalviro convert --roi`'s JSON.
 Runs as root and without a display: --headless, --no-sandbox.
 """
 import json
@@ -13,7 +13,7 @@ import time
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import BLOCK, CALTYPE, FRAMES, H, KALVIRO, W, Viewer, floats
 
 CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
 DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
@@ -209,8 +209,14 @@ def test_plays_and_pauses_640x512(work, browser):
 def test_browser_is_refused(viewer, browser):
     body = lambda: browser.find_element(By.TAG_NAME, "body").text  # noqa: E731
     base = f"http://127.0.0.1:{viewer.port}"
+    browser.execute_cdp_cmd("Network.clearBrowserCookies", {})
     browser.get(base + "/")
     assert "forbidden: no valid token" in body()
+    # The page load with the token leaves a cookie that stands for it.
+    browser.get(viewer.url)
+    browser.get(base + "/api/info")
+    assert '"calType":21' in body()
+    browser.execute_cdp_cmd("Network.clearBrowserCookies", {})
     # A name rebound to 127.0.0.1: the token does not help it.
     browser.get(f"http://rebound.test:{viewer.port}/?token={viewer.token}")
     assert "forbidden: foreign Host" in body()
