@@ -54,6 +54,21 @@ def wait_for(driver, script, timeout=60):
     return WebDriverWait(driver, timeout, poll_frequency=0.05).until(lambda d: d.execute_script(script))
 
 
+def settled_count(driver, script, quiet=1.5, timeout=60):
+    """The script's count once it has not changed for `quiet` seconds: the page
+    may still be fetching what it shows after it says it is ready."""
+    end = time.monotonic() + timeout
+    count, since = driver.execute_script(script), time.monotonic()
+    while time.monotonic() < end:
+        time.sleep(0.1)
+        now = driver.execute_script(script)
+        if now != count:
+            count, since = now, time.monotonic()
+        elif time.monotonic() - since >= quiet:
+            break
+    return count
+
+
 def open_page(driver, url):
     driver.get(url)
     wait_for(driver, "return window.kalviroView && window.kalviroView.ready === true")
@@ -103,12 +118,14 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
     gray = (work / "rec.raw").read_bytes()[2 * (W * H * 2 + BLOCK):]
     requests = "return performance.getEntriesByType('resource').length"
     browser.execute_script("performance.setResourceTimingBufferSize(100000)")
-    before = browser.execute_script(requests)
+    before = settled_count(browser, requests)
     for x, y in [(0, 0), (W - 1, H - 1), (80, 60), (37, 91), (W // 2 + 3, H // 2 - 7)]:
         text = hover(browser, x, y)
         g = gray[2 * (y * W + x)] | gray[2 * (y * W + x) + 1] << 8
         assert text == f"{temps[y * W + x]:.2f} °C at ({x}, {y}), gray {g}", (x, y)
-    assert browser.execute_script(requests) == before  # hovering asks the server nothing
+    names = "return performance.getEntriesByType('resource').map(e => e.name)"
+    # hovering asks the server nothing
+    assert browser.execute_script(requests) == before, browser.execute_script(names)[before:]
 
     # A rectangle: its statistics as `kalviro convert --roi` gives them.
     drag(browser, (60, 40), (89, 64))
