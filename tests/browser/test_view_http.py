@@ -36,6 +36,13 @@ def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
     assert status == 200 and body == data
 
 
+def test_series_without_shapes_gives_each_frames_uptime(viewer):
+    series = json.loads(viewer.get("/api/series")[1])
+    assert series["frames"] == list(range(FRAMES)) and series["shapes"] == []
+    for n in range(FRAMES):
+        assert series["upTime"][n] == json.loads(viewer.get(f"/api/frame/{n}/block")[1])["upTime"]
+
+
 def test_series_equals_convert(viewer, work, truth):
     status, body, _ = viewer.get("/api/series?roi=hot%3D60,40,30,25&spot=80,60&line=0,0,3,3&from=1&to=5")
     assert status == 200
