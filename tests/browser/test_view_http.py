@@ -36,6 +36,19 @@ def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
     assert status == 200 and body == data
 
 
+def test_counts_archive_gives_the_same_bits(work, truth):
+    archive = work / "counts.tiff"
+    subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--counts", "-o",
+                    str(archive), "-q", "--force"], check=True, capture_output=True, timeout=60)
+    v = Viewer([str(archive), "--caltype", str(CALTYPE)])
+    try:
+        assert json.loads(v.get("/api/info")[1])["frames"] == FRAMES
+        for n in (0, 4):
+            assert v.get(f"/api/frame/{n}")[1] == truth[n], n
+    finally:
+        assert v.stop()[0] == 0
+
+
 def test_series_without_shapes_gives_each_frames_uptime(viewer):
     series = json.loads(viewer.get("/api/series")[1])
     assert series["frames"] == list(range(FRAMES)) and series["shapes"] == []
