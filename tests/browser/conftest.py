@@ -23,9 +23,9 @@ FRAME_BYTES = W * H * 2 + BLOCK
 class Viewer:
     """A running `kalviro view`; its URL read from the first line it prints."""
 
-    def __init__(self, args, stdin=None, cwd=None):
-        self.proc = subprocess.Popen([KALVIRO, "view", *args, "--no-browser"], stdin=stdin, cwd=cwd,
-                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def __init__(self, args, stdin=None, cwd=None, env=None, open_browser=False):
+        self.proc = subprocess.Popen([KALVIRO, "view", *args] + ([] if open_browser else ["--no-browser"]),
+                                     stdin=stdin, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         line = []
         reader = threading.Thread(target=lambda: line.append(self.proc.stdout.readline().decode()))
         reader.start()

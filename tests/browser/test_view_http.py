@@ -5,6 +5,7 @@ import json
 import os
 import socket
 import subprocess
+import time
 
 import pytest
 
@@ -211,6 +212,33 @@ def test_writes_nothing_and_stops_on_ctrl_c(work, tmp_path):
     code, err = v.stop()
     assert code == 0 and err.strip().endswith("kalviro: viewer stopped"), err
     assert list(tmp_path.iterdir()) == []
+
+
+def test_opens_the_browser_only_with_a_display(work, tmp_path):
+    # A stand-in for xdg-open says what it was asked to open.
+    opener = tmp_path / "bin" / "xdg-open"
+    opener.parent.mkdir()
+    opener.write_text('#!/bin/sh\necho "$1" > "$OPENED"\n')
+    opener.chmod(0o755)
+    opened = tmp_path / "opened.txt"
+    env = dict(os.environ, PATH=f"{opener.parent}:{os.environ['PATH']}", OPENED=str(opened))
+    env.pop("WAYLAND_DISPLAY", None)
+    for display, flag_browser in [(":99", True), (":99", False), (None, True)]:
+        e = dict(env, DISPLAY=display) if display else {k: v for k, v in env.items() if k != "DISPLAY"}
+        v = Viewer([str(work / "rec.raw"), "--caltype", str(CALTYPE)], env=e, open_browser=flag_browser)
+        try:
+            if display and flag_browser:
+                for _ in range(200):
+                    if opened.exists() and opened.read_text():
+                        break
+                    time.sleep(0.05)
+                assert opened.read_text().strip() == v.url
+                opened.unlink()
+            else:
+                time.sleep(0.3)
+                assert not opened.exists(), (display, flag_browser)
+        finally:
+            assert v.stop()[0] == 0
 
 
 def test_live_stream_keeps_whole_frames(work):
