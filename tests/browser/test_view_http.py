@@ -181,9 +181,9 @@ def test_garbage_on_the_socket(viewer):
 
 
 def test_empty_stream(work):
-    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.DEVNULL)
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
     try:
-        info = json.loads(v.get("/api/wait?after=0")[1])
+        info = v.stream_all(b"")
         assert (info["frames"], info["complete"]) == (0, True)
         assert v.get("/api/frame/0")[0] == 404
         assert v.get("/api/series?spot=1,1")[0] == 200
@@ -245,13 +245,7 @@ def test_live_stream_keeps_whole_frames(work):
     data = (work / "rec.raw").read_bytes()
     v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
     try:
-        v.proc.stdin.write(data[:3 * FRAME_BYTES + 100])
-        v.proc.stdin.close()
-        info = json.loads(v.get("/api/wait?after=2")[1])
-        for _ in range(50):
-            if info["complete"]:
-                break
-            info = json.loads(v.get("/api/wait?after=3")[1])
+        info = v.stream_all(data[:3 * FRAME_BYTES + 100])
         assert (info["frames"], info["complete"], info["live"]) == (3, True, True)
         assert v.get("/api/recording")[1] == data[:3 * FRAME_BYTES]
         assert v.get("/api/frame/2")[0] == 200 and v.get("/api/frame/3")[0] == 404
@@ -267,13 +261,7 @@ def test_live_stream_past_the_memory_bound_keeps_the_newest(work):
     truth = per_pixel_temps(str(work / "long.raw"), 48, W, H)
     v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE), "--memory", "1"], stdin=subprocess.PIPE)
     try:
-        v.proc.stdin.write(data)
-        v.proc.stdin.close()
-        info = json.loads(v.get("/api/wait?after=48")[1])
-        for _ in range(50):
-            if info["complete"]:
-                break
-            info = json.loads(v.get("/api/wait?after=48")[1])
+        info = v.stream_all(data)
         assert info["frames"] == 48 and 0 < info["first"] < 47 and info["dropped"] == info["first"]
         status, body, _ = v.get("/api/frame/0")
         assert status == 404 and f"frames {info['first']} to 47 are held" in body.decode()
