@@ -63,10 +63,7 @@ int32_t Camera::temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t t
 void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
                        float distance, float* out, KalviroFrameTable& table, int32_t threads) const noexcept {
     const Module* m = CameraAccess::module(*this);
-    if (m == nullptr || block == nullptr || (count != 0 && (pixels == nullptr || out == nullptr)) ||
-        !frameFits(pixels, count, out)) {
-        return;
-    }
+    if (m == nullptr || !frameArgumentsUsable(block, pixels, count, out)) return;
     convertFrame(*m, CameraAccess::state(*this), block, pixels, count, emissivity, distance, out, table,
                  threads);
 }

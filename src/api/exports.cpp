@@ -66,6 +66,7 @@ KALVIRO_CALTYPES(KALVIRO_DEFINE)
      Gray2Temp_Once_##nn,                      \
      KALVIRO_GETIT_SLOT(hasIT, nn),            \
      GetTempPara_##nn},
+// In the order of the list: listIndex finds a row here too.
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
 #undef KALVIRO_ROW
 const int32_t kalviro_table_size = static_cast<int32_t>(sizeof kalviro_table / sizeof kalviro_table[0]);

@@ -37,7 +37,7 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
             graySlope = L::select(m, o.graySlope, graySlope);
             tempBase = L::select(m, o.tempBase, tempBase);
         }
-        F temp(F x) const { return (x - grayBase) / graySlope + tempBase; }
+        F temp(F x) const { return segmentFormula(x, grayBase, graySlope, tempBase); }
     };
     const TempSegment none{0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
     Pick row;
@@ -91,7 +91,7 @@ typename L::F segmentLookupOpenClosed(const TempSegment* rows, int count, bool i
 // The row's formula applied whether or not the row holds v.
 template <class L>
 typename L::F segmentTemp(const TempSegment& r, typename L::F v) {
-    return (v - r.grayBase) / r.graySlope + r.tempBase;
+    return segmentFormula(v, r.grayBase, r.graySlope, r.tempBase);
 }
 
 // The per-pixel atmospheric correction with the frame's exponential e.

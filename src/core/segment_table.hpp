@@ -17,6 +17,18 @@ enum class RowTest : uint8_t {
     OpenClosed,  // grayLow < v <= grayHigh
 };
 
+// A row's temperature at v, the one formula of every lookup: on one value
+// (F float) or on lanes (F a vector, the row's parameters floats or vectors).
+template <typename F, typename P>
+F segmentFormula(F v, P grayBase, P graySlope, P tempBase) {
+    return (v - grayBase) / graySlope + tempBase;
+}
+
+// The row's formula applied whether or not the row holds v.
+inline float segmentTemp(const TempSegment& r, float v) {
+    return segmentFormula(v, r.grayBase, r.graySlope, r.tempBase);
+}
+
 // Raw temperature of the normalised gray value v: the first row, in order,
 // whose test holds; 0.0 when none does.
 inline float segmentLookup(const TempSegment* rows, int count, float v, RowTest test) {
@@ -24,7 +36,7 @@ inline float segmentLookup(const TempSegment* rows, int count, float v, RowTest 
         const TempSegment& r = rows[i];
         const bool holds = test == RowTest::ClosedOpen ? (r.grayLow <= v && v < r.grayHigh)
                                                        : (r.grayLow < v && v <= r.grayHigh);
-        if (holds) return (v - r.grayBase) / r.graySlope + r.tempBase;
+        if (holds) return segmentTemp(r, v);
     }
     return 0.0f;
 }
@@ -70,11 +82,6 @@ template <typename Plan>
 void withColumns(Plan& p) {
     p.byColumns = p.rowsInOrder && p.rowCount <= RowColumns::kRows;
     if (p.byColumns) p.columns = rowColumns(p.rows, p.rowCount);
-}
-
-// The row's formula applied whether or not the row holds v.
-inline float segmentTemp(const TempSegment& r, float v) {
-    return (v - r.grayBase) / r.graySlope + r.tempBase;
 }
 
 }  // namespace kalviro
