@@ -3,8 +3,8 @@
 
 #include "api/frame.hpp"
 #include "api/module.hpp"
+#include "core/get_it.hpp"
 #include "kalviro.hpp"
-#include "ladder/get_it.hpp"
 
 namespace kalviro {
 
@@ -41,7 +41,7 @@ float Camera::once(int32_t gray, TempFrameInfo* block, float emissivity, float d
 }
 
 double Camera::getIT(const TempFrameInfo* block) const noexcept {
-    return module_ && block ? ladder::getITValue(calType_, bytes(block)) : 0.0;
+    return module_ && block ? getit::getITValue(calType_, bytes(block)) : 0.0;
 }
 
 int32_t Camera::getTempPara(const TempFrameInfo* block, TempPara* para) const noexcept {

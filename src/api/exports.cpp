@@ -1,8 +1,8 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
+#include "core/get_it.hpp"
 #include "direct/recipes.hpp"
 #include "kalviro.h"
-#include "ladder/get_it.hpp"
 
 namespace {
 
@@ -28,7 +28,7 @@ struct Exported {
         kalviro::tempParaGet(kalviro::moduleAt(index).longLayout, kalviro::bytes(block), para);
     }
     static double getIT(TempFrameInfo* block) {
-        return block ? kalviro::ladder::getITValue(NN, kalviro::bytes(block)) : 0.0;
+        return block ? kalviro::getit::getITValue(NN, kalviro::bytes(block)) : 0.0;
     }
 };
 
