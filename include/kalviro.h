@@ -156,7 +156,9 @@ KALVIRO_API int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t *frame, ui
  * Temperature_GetTempFromGray, kalviro_convert_frame) are not rounded and
  * can be an infinity or NaN: a window transmission windowTransLong (0x134)
  * of 0 (all of them but 50), two equal neighbouring curve points (a segment
- * of slope 0), NaN or infinite floats in the block, or a NaN distance.
+ * of slope 0), NaN or infinite floats in the block, or a NaN distance. A
+ * NaN result is always the quiet NaN 0x7fc00000 (positive, no payload),
+ * whichever NaN came in: every road to a result gives the same bits.
  * KALVIRO_GetIT is a double computed from the block's floats (itRefTemp,
  * itSlope, and in some CalTypes grayCurveExt or tempBinGain) and is not
  * finite when they are not, or when their products overflow.
