@@ -48,7 +48,7 @@ TEST_P(Peaks22, ShiftAndPeakByFrame) {
         const PeakSet& set = stateOf(cam).lens[f.lensType == 2 ? 1 : 0];
         EXPECT_EQ(b.read(field::warmShift), f.shift) << "frame " << ++n;
         EXPECT_EQ(set.dCH5, f.dCH5) << "frame " << n;
-        EXPECT_EQ(set.dT, f.dT) << "frame " << n;
+        EXPECT_EQ(set.peakUpTime, f.dT) << "frame " << n;
     }
 }
 

@@ -10,7 +10,6 @@
 
 #include "block_builder.hpp"
 #include "core/lanes.hpp"
-#include "core/pixel_stages.hpp"
 #include "core/segment_table.hpp"
 #include "kalviro.hpp"
 

@@ -3,8 +3,8 @@
 
 #include "api/frame.hpp"
 #include "api/module.hpp"
+#include "core/get_it.hpp"
 #include "kalviro.hpp"
-#include "ladder/get_it.hpp"
 
 namespace kalviro {
 
@@ -41,7 +41,7 @@ float Camera::once(int32_t gray, TempFrameInfo* block, float emissivity, float d
 }
 
 double Camera::getIT(const TempFrameInfo* block) const noexcept {
-    return module_ && block ? ladder::getITValue(calType_, bytes(block)) : 0.0;
+    return module_ && block ? getit::getITValue(calType_, bytes(block)) : 0.0;
 }
 
 int32_t Camera::getTempPara(const TempFrameInfo* block, TempPara* para) const noexcept {
@@ -63,10 +63,7 @@ int32_t Camera::temp2gray(const TempFrameInfo* block, int32_t tempMin, int32_t t
 void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameInfo* block, float emissivity,
                        float distance, float* out, KalviroFrameTable& table, int32_t threads) const noexcept {
     const Module* m = CameraAccess::module(*this);
-    if (m == nullptr || block == nullptr || (count != 0 && (pixels == nullptr || out == nullptr)) ||
-        !frameFits(pixels, count, out)) {
-        return;
-    }
+    if (m == nullptr || !frameArgumentsUsable(block, pixels, count, out)) return;
     convertFrame(*m, CameraAccess::state(*this), block, pixels, count, emissivity, distance, out, table,
                  threads);
 }

@@ -87,10 +87,8 @@ int32_t kalviro_camera_temp2gray(const kalviro_camera* cam, const TempFrameInfo*
 int32_t kalviro_camera_convert_frame(const kalviro_camera* cam, const TempFrameInfo* block,
                                      const uint16_t* pixels, uint64_t count, float emissivity, float distance,
                                      float* out, KalviroFrameTable* table, int32_t threads) {
-    if (cam == nullptr || block == nullptr || table == nullptr ||
-        (count != 0 && (pixels == nullptr || out == nullptr)) || !kalviro::frameFits(pixels, count, out)) {
+    if (cam == nullptr || table == nullptr || !kalviro::frameArgumentsUsable(block, pixels, count, out))
         return -1;
-    }
     cam->cam.realFrame(pixels, count, block, emissivity, distance, out, *table, threads);
     return 0;
 }

@@ -8,9 +8,9 @@
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "api/temp2gray.hpp"
+#include "core/get_it.hpp"
 #include "direct/pixel.hpp"
 #include "direct/recipes.hpp"
-#include "ladder/get_it.hpp"
 #include "ladder/ladder.hpp"
 #include "ladder/members.hpp"
 
@@ -50,7 +50,7 @@ KALVIRO_CALTYPES(KALVIRO_ROW_MATCHES)
 
 // The list's GetIT column is the GetIT table's rows.
 #define KALVIRO_GETIT_MATCHES(nn, layout, hasIT, family) \
-    static_assert((hasIT != 0) == ladder::hasGetITRow(nn), "GetIT column and table disagree: " #nn);
+    static_assert((hasIT != 0) == getit::hasGetITRow(nn), "GetIT column and table disagree: " #nn);
 KALVIRO_CALTYPES(KALVIRO_GETIT_MATCHES)
 #undef KALVIRO_GETIT_MATCHES
 
@@ -130,9 +130,9 @@ void buildWith(const LaneBuilders& set, const ladder::PixelPlan& plan, int32_t f
     set.ladder(plan, first, count, out);
 }
 
-// A span of the table through the family's kernel on the widest lanes.
+// A span of the table through the family's kernel on the lanes in use.
 template <typename Plan>
-void buildSpan(const void* ctx, int32_t first, int32_t count, float* out) {
+void spanOnLanesInUse(const void* ctx, int32_t first, int32_t count, float* out) {
     buildWith(laneBuilders(), *static_cast<const Plan*>(ctx), first, count, out);
 }
 
@@ -151,7 +151,7 @@ void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* bloc
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
         using Plan = std::decay_t<decltype(plan)>;
-        frameThrough(SpanBuilder{buildSpan<Plan>, &plan}, pixels, count, out, table, threads);
+        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan}, pixels, count, out, table, threads);
     });
 }
 

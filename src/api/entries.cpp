@@ -9,20 +9,19 @@
 
 namespace {
 
-// The row whose per-pixel function fn is, if any: such a call can run as a
-// plan taken once and a kernel per gray value.
-const CalTypeEntry* entryOfReal(Gray2TempFn fn) {
+// The list position whose per-pixel function fn is, or -1: such a call can
+// run as a plan taken once and a kernel per gray value.
+int listIndexOfReal(Gray2TempFn fn) {
     for (int32_t i = 0; i < kalviro_table_size; ++i) {
-        if (kalviro_table[i].real == fn) return &kalviro_table[i];
+        if (kalviro_table[i].real == fn) return i;
     }
-    return nullptr;
+    return -1;
 }
 
+// kalviro_table holds the list's CalTypes in the list's order.
 const CalTypeEntry* findEntry(int32_t calType) {
-    for (int32_t i = 0; i < kalviro_table_size; ++i) {
-        if (kalviro_table[i].calType == calType) return &kalviro_table[i];
-    }
-    return nullptr;
+    const int i = kalviro::listIndex(calType);
+    return i < 0 ? nullptr : &kalviro_table[i];
 }
 
 }  // namespace
@@ -118,8 +117,7 @@ void KALVIRO_GetVersionMinute(char* text) { std::strcpy(text, "V_0.0.29"); }
 int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo* block, int32_t tempMin, int32_t tempMax,
                           int32_t grayMin, int32_t grayMax, int32_t target, float emissivity) {
     if (fn == nullptr) return grayMin;
-    if (const CalTypeEntry* e = block ? entryOfReal(fn) : nullptr) {
-        const int index = kalviro::listIndex(e->calType);
+    if (const int index = block ? listIndexOfReal(fn) : -1; index >= 0) {
         return kalviro::searchGray(kalviro::moduleAt(index), kalviro::processState(index), block, tempMin,
                                    tempMax, grayMin, grayMax, target, emissivity);
     }
@@ -148,14 +146,11 @@ struct Foreign {
 extern "C" int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo* block, const uint16_t* pixels,
                                                  uint64_t count, float emissivity, float distance, float* out,
                                                  KalviroFrameTable* table, int32_t threads) {
-    if (fn == nullptr || block == nullptr || table == nullptr ||
-        (count != 0 && (pixels == nullptr || out == nullptr)) || !kalviro::frameFits(pixels, count, out)) {
+    if (fn == nullptr || table == nullptr || !kalviro::frameArgumentsUsable(block, pixels, count, out))
         return -1;
-    }
     // A CalType's own per-pixel function runs as a plan for the frame and a
     // kernel for the gray values; any other function is called for each.
-    if (const CalTypeEntry* e = entryOfReal(fn)) {
-        const int index = kalviro::listIndex(e->calType);
+    if (const int index = listIndexOfReal(fn); index >= 0) {
         kalviro::convertFrame(kalviro::moduleAt(index), kalviro::processState(index), block, pixels, count,
                               emissivity, distance, out, *table, threads);
         return 0;

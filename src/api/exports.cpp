@@ -1,8 +1,8 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
+#include "core/get_it.hpp"
 #include "direct/recipes.hpp"
 #include "kalviro.h"
-#include "ladder/get_it.hpp"
 
 namespace {
 
@@ -28,7 +28,7 @@ struct Exported {
         kalviro::tempParaGet(kalviro::moduleAt(index).longLayout, kalviro::bytes(block), para);
     }
     static double getIT(TempFrameInfo* block) {
-        return block ? kalviro::ladder::getITValue(NN, kalviro::bytes(block)) : 0.0;
+        return block ? kalviro::getit::getITValue(NN, kalviro::bytes(block)) : 0.0;
     }
 };
 
@@ -66,6 +66,7 @@ KALVIRO_CALTYPES(KALVIRO_DEFINE)
      Gray2Temp_Once_##nn,                      \
      KALVIRO_GETIT_SLOT(hasIT, nn),            \
      GetTempPara_##nn},
+// In the order of the list: listIndex finds a row here too.
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};
 #undef KALVIRO_ROW
 const int32_t kalviro_table_size = static_cast<int32_t>(sizeof kalviro_table / sizeof kalviro_table[0]);

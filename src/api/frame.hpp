@@ -18,6 +18,14 @@ inline bool frameFits(const uint16_t* pixels, uint64_t count, const float* out) 
            count <= (top - reinterpret_cast<uintptr_t>(out)) / sizeof *out;
 }
 
+// The guard of every whole-frame entry: a block, and pixels and out wherever
+// there is a pixel, that fit.
+inline bool frameArgumentsUsable(const TempFrameInfo* block, const uint16_t* pixels, uint64_t count,
+                                 const float* out) {
+    return block != nullptr && (count == 0 || (pixels != nullptr && out != nullptr)) &&
+           frameFits(pixels, count, out);
+}
+
 // Fills out[i] with the temperature of gray value first + i, i < count.
 struct SpanBuilder {
     void (*build)(const void* ctx, int32_t first, int32_t count, float* out);

@@ -63,7 +63,7 @@ namespace kalviro {
 // The builders on the lanes of L, whole vectors at a time; the last one
 // may reach past first + count, and only its first lanes are stored.
 template <typename L, typename Plan, typename Kernel>
-void buildSpan(const Plan& plan, int32_t first, int32_t count, float* out, Kernel kernel) {
+void buildOnLanes(const Plan& plan, int32_t first, int32_t count, float* out, Kernel kernel) {
     for (int32_t i = 0; i < count; i += L::N) L::store(out + i, kernel(plan, L::iota(first + i)), count - i);
 }
 
@@ -97,20 +97,22 @@ void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t*
 // The builders of one set, in the file compiled for it: W lanes, in a
 // namespace of their own (see Vector's Tag). The whole kernel is inlined
 // into each builder, so that vectors stay in registers.
-#define KALVIRO_LANE_BUILDERS(set, W)                                                                       \
-    namespace kalviro::lanes_##set {                                                                        \
-        struct Tag {};                                                                                      \
-        using L = Vector<W, Tag>;                                                                           \
-        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                                         \
-        __attribute__((flatten)) void direct(const direct::PixelPlan& plan, int32_t first, int32_t count,   \
-                                             float* out) {                                                  \
-            buildSpan<L>(plan, first, count, out,                                                           \
-                         [](const direct::PixelPlan& p, L::I g) { return direct::pixelDegrees<L>(p, g); }); \
-        }                                                                                                   \
-        __attribute__((flatten)) void ladder(const ladder::PixelPlan& plan, int32_t first, int32_t count,   \
-                                             float* out) {                                                  \
-            buildSpan<L>(plan, first, count, out,                                                           \
-                         [](const ladder::PixelPlan& p, L::I g) { return ladder::pixelDegrees<L>(p, g); }); \
-        }                                                                                                   \
-        const LaneBuilders kBuilders{#set, W, direct, ladder, grayRangeOf<Grays, Tag>};                     \
+#define KALVIRO_LANE_BUILDERS(set, W)                                                             \
+    namespace kalviro::lanes_##set {                                                              \
+        struct Tag {};                                                                            \
+        using L = Vector<W, Tag>;                                                                 \
+        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                               \
+        __attribute__((flatten)) void buildDirect(const direct::PixelPlan& plan, int32_t first,   \
+                                                  int32_t count, float* out) {                    \
+            buildOnLanes<L>(plan, first, count, out, [](const direct::PixelPlan& p, L::I g) {     \
+                return direct::pixelDegrees<L>(p, g);                                             \
+            });                                                                                   \
+        }                                                                                         \
+        __attribute__((flatten)) void buildLadder(const ladder::PixelPlan& plan, int32_t first,   \
+                                                  int32_t count, float* out) {                    \
+            buildOnLanes<L>(plan, first, count, out, [](const ladder::PixelPlan& p, L::I g) {     \
+                return ladder::pixelDegrees<L>(p, g);                                             \
+            });                                                                                   \
+        }                                                                                         \
+        const LaneBuilders kBuilders{#set, W, buildDirect, buildLadder, grayRangeOf<Grays, Tag>}; \
     }

@@ -28,12 +28,11 @@ struct Module {
     const ladder::Member* ladder;      // Family::Ladder, Family::Ladder4
 };
 
-// Position of a CalType in the one list, or -1.
+// Position of a CalType in the one list, or -1: where its module, its
+// statics and its row of kalviro_table are.
 constexpr int listIndex(int32_t calType) {
-    for (int i = 0; i < KALVIRO_CALTYPE_COUNT; ++i) {
-        if (kCalTypes[i].calType == calType) return i;
-    }
-    return -1;
+    const CalTypeInfo* c = findCalType(calType);
+    return c == nullptr ? -1 : static_cast<int>(c - kCalTypes);
 }
 
 // The module of a converting CalType, or null.

@@ -2,7 +2,6 @@
 
 #include "core/block.hpp"
 #include "core/lanes.hpp"
-#include "core/pixel_stages.hpp"
 #include "kalviro.h"
 
 namespace kalviro {

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "core/lanes.hpp"
+
 namespace kalviro {
 
 // Literals of the per-frame form: the floats 0.04, 0.96 and 0.167 widened.
@@ -35,5 +37,14 @@ float atmospherePixel(float T, const uint8_t* block, float air, float distance, 
 // frame alone, and the correction of one temperature with it.
 double pixelAirExp(const uint8_t* block, float distance, float B3);
 float airCorrection(float T, float air, double e, float A3);
+
+// On lanes (core/lanes.hpp): the scalar form above is this on one lane.
+// The per-pixel atmospheric correction with the frame's exponential e.
+template <class L>
+typename L::F airCorrection(typename L::F T, float air, double e, float A3) {
+    const auto d = T - air;
+    return L::narrow((((1.0 - e * static_cast<double>(A3)) * L::widen(d)) / static_cast<double>(1.0f - A3)) +
+                     static_cast<double>(air));
+}
 
 }  // namespace kalviro

@@ -4,7 +4,6 @@
 #include "core/emissivity.hpp"
 #include "core/lanes.hpp"
 #include "core/numeric.hpp"
-#include "core/pixel_stages.hpp"
 
 namespace kalviro {
 

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "core/lanes.hpp"
+
 namespace kalviro {
 
 enum class Emissivity : uint8_t { Polynomial, Table };
@@ -27,5 +29,28 @@ int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* blo
 // (as a float) read once for a frame.
 float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block);
 float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float offset);
+
+// On lanes (core/lanes.hpp): the scalar form above is this on one lane.
+// Final scaling of the per-pixel call: hundredths as a float, tempOffset in.
+template <class L>
+typename L::F scalePixel(typename L::F Tc, const EmissFactor& f, float air, int32_t gain, float offset) {
+    const auto t = (Tc * 100.0f) / 100.0f;
+    if (f.form == Emissivity::Polynomial) {
+        const auto H = (static_cast<double>(gain) * (L::widen(t) - 20.0)) / 100.0;
+        return L::narrow(H * static_cast<double>(f.E)) * 100.0f + 2000.0f + offset;
+    }
+    const auto u = (((t - air) * static_cast<float>(gain)) / 100.0f * static_cast<float>(f.K)) / 1000.0f;
+    return (air * 100.0f + u * 100.0f) + offset;
+}
+
+// The distance rise: from 8 m in tempRange 2, from 4 m in 3, none else.
+template <class L>
+typename L::F distanceRiseAt(typename L::F F, int32_t range, double D) {
+    const auto P = L::widen(F / 100.0f);
+    if (range == 2 && D >= 8.0)
+        return L::narrow(L::widen(F) + 100.0 * ((((D - 8.0) * 0.25) * P) / 100.0 * 0.6));
+    if (range == 3 && D >= 4.0) return L::narrow(L::widen(F) + 100.0 * ((((D - 4.0) * 0.25) * P) / 110.0));
+    return F;
+}
 
 }  // namespace kalviro

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "core/numeric.hpp"
+
 namespace kalviro {
 
 struct FrameCtx {
@@ -30,5 +32,9 @@ enum class DriftSensor : uint8_t { CH2, CH5 };
 
 // Gray counts from the temperature change since the last shutter event.
 int32_t shutterDriftCounts(const uint8_t* block, DriftSensor sensor);
+
+// The drift rule Quad of both families: counts times 4 where positive,
+// wrapping, as they stand otherwise.
+inline float quadDrift(int32_t n) { return static_cast<float>(n > 0 ? wrapMul(n, 4) : n); }
 
 }  // namespace kalviro

@@ -28,7 +28,7 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
     } else {
         f = 0.4f;
     }
-    const int32_t k = wrapSub(1800, wrapSub(up, P.dT));
+    const int32_t k = wrapSub(1800, wrapSub(up, P.peakUpTime));
     const bool lowRegime = (w < 7.5f && x < -2.0f) || up < 1000;
     float newW = c.c5;
     float s;
@@ -46,7 +46,7 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
                    : g3;
         s = (P.xd / div) * f;
         P.dCH5 = w;
-        P.dT = up;
+        P.peakUpTime = up;
         newW = h;
     } else if (w <= 10.0f || x <= 2.0f) {  // B
         s = 0.0f;
@@ -57,7 +57,7 @@ float lens22Type1(float h, const FrameCtx& c, CalState& st) {
                    : -g3;
         s = (P.xd / div) * f;
         P.dCH5 = w;
-        P.dT = up;
+        P.peakUpTime = up;
         newW = h;
     } else {  // D: decay, ten times as steep
         if (k < 0) {
@@ -87,20 +87,20 @@ float lens22Type2(const FrameCtx& c, CalState& st) {
     const float w = c.w;
     const float g3 = c.g[3];
     const float div = divisor(c);
-    const int32_t k = wrapSub(3000, wrapSub(c.upTime, P.dT));
+    const int32_t k = wrapSub(3000, wrapSub(c.upTime, P.peakUpTime));
     const float decay = k >= 0 ? (static_cast<float>(k) * (P.xd / div)) / 3000.0f : 0.0f;
     if (w < 6.0f && P.dCH5 <= w) return decay;
     if (w < 6.0f && w < P.dCH5) {
         P.xd = w > 2.0f ? g3 * (1.0f - (w - 2.0f) * 0.25f) : g3;
         P.dCH5 = w;
-        P.dT = c.upTime;
+        P.peakUpTime = c.upTime;
         return P.xd / div;
     }
     if (6.0f <= w && w <= 7.0f) return 0.0f;
     if (w > 7.0f && P.dCH5 < w) {
         P.xd = w < 11.0f ? (g3 * (w - 7.0f)) * 0.25f : g3;
         P.dCH5 = w;
-        P.dT = c.upTime;
+        P.peakUpTime = c.upTime;
         return P.xd / div;
     }
     if (w > 7.0f && w <= P.dCH5) return decay;

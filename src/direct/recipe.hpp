@@ -59,8 +59,8 @@ enum class Drift : uint8_t {
     Plain,          // drift
     TimesB4,        // drift * b[4]
     TimesB4To5000,  // drift * b[4] below upTime 5000, then 0
-    Quad4,          // positive drift times 4
-    Quad4LongRun,   // Quad4, or above upTime 3000 the long-run drift
+    Quad,           // positive drift times 4
+    QuadLongRun,    // Quad, or above upTime 3000 the long-run drift
     GrayFactor56,   // drift times a factor rising at hot pixels
     Gain22,         // drift times a clock, w and gray dependent gain
 };

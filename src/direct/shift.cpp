@@ -159,13 +159,13 @@ float driftCounts(Drift form, int32_t drift, const FrameCtx& c) {
         case Drift::Plain: return fd;
         case Drift::TimesB4: return fd * c.b[4];
         case Drift::TimesB4To5000: return c.upTime < 5000 ? fd * c.b[4] : 0.0f;
-        case Drift::Quad4: return drift > 0 ? static_cast<float>(wrapMul(drift, 4)) : fd;
-        case Drift::Quad4LongRun:
+        case Drift::Quad: return quadDrift(drift);
+        case Drift::QuadLongRun:
             if (c.upTime > 3000) {
                 const int32_t scale = get(c.block, field::driftScale) / 100;
                 return (c.m - (c.c2 + c.c3) * 0.5f) * static_cast<float>(scale);
             }
-            return drift > 0 ? static_cast<float>(wrapMul(drift, 4)) : fd;
+            return quadDrift(drift);
         case Drift::GrayFactor56: {
             // Hot pixels take up to half as much drift again.
             const float fb = static_cast<float>(c.base);

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 
-#include "core/pixel_stages.hpp"
+#include "core/atmosphere.hpp"
+#include "core/final_scaling.hpp"
+#include "core/segment_table.hpp"
 #include "ladder/emiss_ladder.hpp"
 #include "ladder/pipeline.hpp"
 #include "ladder/trim_table.hpp"

@@ -16,10 +16,9 @@ namespace {
 // const_d, and D where the drift rule has the say over the warm-up shift:
 // the warm rule holds in the first clock period only.
 float driftCounts(const Branch& br, int32_t N, const Frame& f, const CalState& st, float& D) {
-    const auto quad = [](int32_t n) { return static_cast<float>(n > 0 ? wrapShl(n, 2) : n); };
     switch (br.drift) {
         case Drift::Plain: return static_cast<float>(N);
-        case Drift::Quad: return quad(N);
+        case Drift::Quad: return quadDrift(N);
         case Drift::TimesB4To5000: return f.c.upTime < 5000 ? static_cast<float>(N) * f.c.b[4] : 0.0f;
         case Drift::LA:
         case Drift::LB:
@@ -32,9 +31,9 @@ float driftCounts(const Branch& br, int32_t N, const Frame& f, const CalState& s
         case Drift::LI:
         case Drift::L134: return ladderDrift(br.drift, N, f, st);
         case Drift::Periods: {
-            if (f.c.upTime < br.periods.first) return quad(N);
+            if (f.c.upTime < br.periods.first) return quadDrift(N);
             D = 0.0f;
-            if (f.c.upTime <= br.periods.last) return quad(N);
+            if (f.c.upTime <= br.periods.last) return quadDrift(N);
             // The long-run drift: the shutter mean against the present one.
             const int32_t scale = get(f.c.block, field::driftScale) / 100;
             return static_cast<float>(

@@ -1,11 +1,12 @@
-// GetITValue: a polynomial of degree three at most in the distance of tempCH5
-// from the camera's reference itRefTemp. Members are rows of one table,
-// keyed by CalType and tempRange; the block is only read.
+// GetITValue, for CalTypes of both families: a polynomial of degree three
+// at most in the distance of tempCH5 from the camera's reference itRefTemp.
+// Members are rows of one table, keyed by CalType and tempRange; the block
+// is only read.
 #pragma once
 
 #include <cstdint>
 
-namespace kalviro::ladder {
+namespace kalviro::getit {
 
 enum class ItForm : uint8_t {
     Cubic,      // c3 and c2 are constants of the cell
@@ -82,4 +83,4 @@ constexpr bool hasGetITRow(int32_t calType) { return rowIndex(calType) >= 0; }
 // where its row has no value for the tempRange.
 double getITValue(int32_t calType, const uint8_t* block);
 
-}  // namespace kalviro::ladder
+}  // namespace kalviro::getit

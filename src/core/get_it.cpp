@@ -1,8 +1,8 @@
-#include "ladder/get_it.hpp"
+#include "core/get_it.hpp"
 
 #include "core/block.hpp"
 
-namespace kalviro::ladder {
+namespace kalviro::getit {
 namespace {
 
 // In float throughout, with a and b from the block.
@@ -47,4 +47,4 @@ double getITValue(int32_t calType, const uint8_t* block) {
     return v > 0 ? v + 0.5 : v - 0.5;
 }
 
-}  // namespace kalviro::ladder
+}  // namespace kalviro::getit
