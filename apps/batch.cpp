@@ -97,7 +97,12 @@ void runConvert(const ConvertOptions& o) {
         return;
     }
     for (const std::string& t : o.outputs) checkPlaceholders(t);
-    if (o.table) checkPlaceholders(*o.table);
+    if (o.table) {
+        checkPlaceholders(*o.table);
+        if (hasPlaceholder(*o.table, "frame"))
+            throw Failure("bad table name '" + *o.table +
+                          "': the table holds every frame, {frame} cannot name it");
+    }
     const std::vector<Input> inputs = expand(o.inputs);
     if (inputs.size() > 1) {
         for (const std::string& t : o.outputs) {

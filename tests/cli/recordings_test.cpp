@@ -369,6 +369,7 @@ TEST_F(Recordings, MisuseFailsInOneLineAndWritesNothing) {
              Misuse{"--counts without a .tiff", "convert two.raw --caltype 21 --counts -o t.json"},
              Misuse{"empty stream",
                     "convert - --size 160x120 --caltype 21 -o v.mp4 -o v.tiff --counts < /dev/null"},
+             Misuse{"{frame} in the table's name", "convert two.raw --caltype 21 --table '{frame}.csv'"},
              Misuse{"glob matching nothing", "convert 'none/*.raw' --caltype 21 -o '{stem}.json'"},
          }) {
         const Result r = run(m.args);
