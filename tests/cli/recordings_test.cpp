@@ -288,6 +288,12 @@ TEST_F(Recordings, BatchGoesOnPastABrokenInputAndResumes) {
     const Result done = ok("convert 'rec/*.raw'" + outputs + " --skip-existing");
     EXPECT_NE(done.out.find("rec/c.raw: skipped"), std::string::npos) << done.out;
     EXPECT_NE(done.out.find("2 inputs: 0 converted, 2 skipped, 0 failed"), std::string::npos) << done.out;
+    // A directory a glob matches gives its files, as the shell's expansion would.
+    fs::create_directories(path("more/day1"));
+    fs::copy_file(path("rec/a.raw"), path("more/day1/x.raw"));
+    fs::copy_file(path("rec/a.raw"), path("more/y.raw"));
+    ok("convert 'more/*' --caltype 21 -o 'more/{stem}.json' -q");
+    EXPECT_TRUE(fs::exists(path("more/x.json")) && fs::exists(path("more/y.json")));
     // Without it, existing outputs fail each input and nothing is replaced.
     const Result clash = run("convert rec/a.raw rec/c.raw" + outputs);
     EXPECT_NE(clash.code, 0);
