@@ -51,7 +51,6 @@ class CalTypeInfo(NamedTuple):
     """What a CalType offers."""
 
     caltype: int
-    converts: bool  # every CalType of the list converts
     family: str  # "direct" or "ladder"
     layout: str  # "base" or "long": where the words at 0x134 and 0x138 lie
     has_get_it: bool  # Camera.get_it gives a number, not None
