@@ -49,42 +49,56 @@ struct Input {
     std::string problem;  // set: the argument named no input
 };
 
-// The inputs in the order given, a directory's and a glob's in name order.
+bool isDirectory(const std::string& path) {
+    struct stat st {};
+    return path != "-" && ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// A directory's inputs, in name order.
+void addDirectory(const std::string& dir, std::vector<Input>& inputs) {
+    std::vector<std::string> found;
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+        std::error_code fileEc;
+        if (it->is_regular_file(fileEc) && it->path().filename().string()[0] != '.' &&
+            isDirectoryInput(it->path())) {
+            found.push_back(it->path().string());
+        }
+    }
+    if (ec) {
+        inputs.push_back(Input{dir, "cannot read the directory: " + ec.message()});
+        return;
+    }
+    if (found.empty()) inputs.push_back(Input{dir, "the directory holds no .raw file or archive"});
+    std::sort(found.begin(), found.end());
+    for (std::string& f : found) inputs.push_back(Input{std::move(f), ""});
+}
+
+// The inputs in the order given, a glob's in name order; a directory,
+// named or matched, gives its inputs as the shell's expansion would.
 std::vector<Input> expand(const std::vector<std::string>& args) {
     std::vector<Input> inputs;
     for (const std::string& a : args) {
         struct stat st {};
-        if (a != "-" && ::stat(a.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            std::vector<std::string> found;
-            std::error_code ec;
-            for (fs::directory_iterator it(a, ec), end; !ec && it != end; it.increment(ec)) {
-                std::error_code fileEc;
-                if (it->is_regular_file(fileEc) && it->path().filename().string()[0] != '.' &&
-                    isDirectoryInput(it->path())) {
-                    found.push_back(it->path().string());
-                }
-            }
-            if (ec) {
-                inputs.push_back(Input{a, "cannot read the directory: " + ec.message()});
-                continue;
-            }
-            if (found.empty()) inputs.push_back(Input{a, "the directory holds no .raw file or archive"});
-            std::sort(found.begin(), found.end());
-            for (std::string& f : found) inputs.push_back(Input{std::move(f), ""});
-            continue;
-        }
-        if (a != "-" && ::stat(a.c_str(), &st) != 0 && a.find_first_of("*?[") != std::string::npos) {
+        if (isDirectory(a)) {
+            addDirectory(a, inputs);
+        } else if (a != "-" && ::stat(a.c_str(), &st) != 0 && a.find_first_of("*?[") != std::string::npos) {
             glob_t g{};
-            const int rc = ::glob(a.c_str(), 0, nullptr, &g);
-            if (rc == 0) {
-                for (size_t i = 0; i < g.gl_pathc; ++i) inputs.push_back(Input{g.gl_pathv[i], ""});
+            if (::glob(a.c_str(), 0, nullptr, &g) == 0) {
+                for (size_t i = 0; i < g.gl_pathc; ++i) {
+                    if (isDirectory(g.gl_pathv[i])) {
+                        addDirectory(g.gl_pathv[i], inputs);
+                    } else {
+                        inputs.push_back(Input{g.gl_pathv[i], ""});
+                    }
+                }
             } else {
                 inputs.push_back(Input{a, "no file matches it"});
             }
             ::globfree(&g);
-            continue;
+        } else {
+            inputs.push_back(Input{a, ""});
         }
-        inputs.push_back(Input{a, ""});
     }
     return inputs;
 }
@@ -97,7 +111,12 @@ void runConvert(const ConvertOptions& o) {
         return;
     }
     for (const std::string& t : o.outputs) checkPlaceholders(t);
-    if (o.table) checkPlaceholders(*o.table);
+    if (o.table) {
+        checkPlaceholders(*o.table);
+        if (hasPlaceholder(*o.table, "frame"))
+            throw Failure("bad table name '" + *o.table +
+                          "': the table holds every frame, {frame} cannot name it");
+    }
     const std::vector<Input> inputs = expand(o.inputs);
     if (inputs.size() > 1) {
         for (const std::string& t : o.outputs) {

@@ -181,12 +181,17 @@ void CountsArchiveReader::checkFile() {
              ") is not a frame of gray values");
     }
     size_ = FrameSize{static_cast<int32_t>(w), static_cast<int32_t>(h)};
-    checkPage(0);
     // A page that cannot be reached (a file cut short, a damaged chain of
-    // pages) fails the file as a truncated raw file does: before any work.
+    // pages) or is no frame fails the file as a truncated raw file does:
+    // before any work. Only the pages' tags are read here, not their pixels.
     error_.clear();
     frames_ = TIFFNumberOfDirectories(tiff_);
     if (frames_ == 0 || !error_.empty() || !TIFFSetDirectory(tiff_, 0)) fail("is truncated or damaged");
+    for (uint64_t page = 0; page < frames_; ++page) {
+        if (page > 0 && !TIFFReadDirectory(tiff_)) fail("is truncated or damaged");
+        checkPage(page);
+    }
+    if (!TIFFSetDirectory(tiff_, 0)) fail("is truncated or damaged");
 }
 
 CountsArchiveReader::~CountsArchiveReader() {

@@ -195,34 +195,50 @@ TEST_F(Recordings, ArchiveConvertsAsTheRawFile) {
     ok("convert rec.raw --caltype 50 -o rec.tiff --counts -j 2 -q");
     EXPECT_LT(fs::file_size(path("rec.tiff")), fs::file_size(path("rec.raw")));
 
+    // A stream archives into a BigTIFF: its length is not known.
+    ok("convert - --size 160x120 --caltype 50 -o stream.tiff --counts -q < rec.raw");
+
     const std::string raw = slurp(path("rec.raw"));
     const size_t pixels = 160 * 120, frameBytes = pixels * 2 + 512;
-    TIFF* t = TIFFOpen(path("rec.tiff").c_str(), "r");
-    ASSERT_NE(t, nullptr);
-    char* description = nullptr;
-    ASSERT_TRUE(TIFFGetField(t, TIFFTAG_IMAGEDESCRIPTION, &description));
-    EXPECT_EQ(std::string(description).rfind("ImageJ=", 0), 0u);
-    EXPECT_NE(std::string(description).find("images=4\n"), std::string::npos);
-    size_t page = 0;
-    do {
-        uint16_t bits = 0, compression = 0;
-        TIFFGetField(t, TIFFTAG_BITSPERSAMPLE, &bits);
-        TIFFGetField(t, TIFFTAG_COMPRESSION, &compression);
-        EXPECT_EQ(bits, 16);
-        EXPECT_EQ(compression, COMPRESSION_ADOBE_DEFLATE);
-        std::vector<uint16_t> row(160);
-        for (uint32_t y = 0; y < 120; ++y) {
-            ASSERT_GE(TIFFReadScanline(t, row.data(), y), 0);
-            for (size_t x = 0; x < 160; ++x) {
-                const auto* at =
-                    reinterpret_cast<const uint8_t*>(raw.data()) + page * frameBytes + (y * 160 + x) * 2;
-                ASSERT_EQ(row[x], at[0] | at[1] << 8) << "page " << page << " at " << x << "," << y;
-            }
+    for (const std::string file : {"rec.tiff", "stream.tiff"}) {
+        TIFF* t = TIFFOpen(path(file).c_str(), "r");
+        ASSERT_NE(t, nullptr);
+        EXPECT_EQ(TIFFIsBigTIFF(t) != 0, file == "stream.tiff");
+        char* description = nullptr;
+        ASSERT_TRUE(TIFFGetField(t, TIFFTAG_IMAGEDESCRIPTION, &description));
+        EXPECT_EQ(std::string(description).rfind("ImageJ=", 0), 0u);
+        if (file == "rec.tiff") {
+            EXPECT_NE(std::string(description).find("images=4\n"), std::string::npos);
         }
-        ++page;
-    } while (TIFFReadDirectory(t));
-    TIFFClose(t);
-    EXPECT_EQ(page, 4u);
+        size_t page = 0;
+        do {
+            const auto* frame = reinterpret_cast<const uint8_t*>(raw.data()) + page * frameBytes;
+            uint16_t bits = 0, compression = 0;
+            TIFFGetField(t, TIFFTAG_BITSPERSAMPLE, &bits);
+            TIFFGetField(t, TIFFTAG_COMPRESSION, &compression);
+            EXPECT_EQ(bits, 16);
+            EXPECT_EQ(compression, COMPRESSION_ADOBE_DEFLATE);
+            // The block: a tag this reader does not know, read as libtiff
+            // reads any unknown tag.
+            uint32_t count = 0;
+            const void* block = nullptr;
+            ASSERT_TRUE(TIFFGetField(t, 65432, &count, &block)) << file << " page " << page;
+            ASSERT_EQ(count, 512u);
+            EXPECT_EQ(std::memcmp(block, frame + pixels * 2, 512), 0) << file << " page " << page;
+            std::vector<uint16_t> row(160);
+            for (uint32_t y = 0; y < 120; ++y) {
+                ASSERT_GE(TIFFReadScanline(t, row.data(), y), 0);
+                for (size_t x = 0; x < 160; ++x) {
+                    const uint8_t* at = frame + (y * 160 + x) * 2;
+                    ASSERT_EQ(row[x], at[0] | at[1] << 8)
+                        << file << " page " << page << " at " << x << "," << y;
+                }
+            }
+            ++page;
+        } while (TIFFReadDirectory(t));
+        TIFFClose(t);
+        EXPECT_EQ(page, 4u) << file;
+    }
 
     // Every command, on the archive and on the raw file, the input's name
     // aside.
@@ -288,6 +304,12 @@ TEST_F(Recordings, BatchGoesOnPastABrokenInputAndResumes) {
     const Result done = ok("convert 'rec/*.raw'" + outputs + " --skip-existing");
     EXPECT_NE(done.out.find("rec/c.raw: skipped"), std::string::npos) << done.out;
     EXPECT_NE(done.out.find("2 inputs: 0 converted, 2 skipped, 0 failed"), std::string::npos) << done.out;
+    // A directory a glob matches gives its files, as the shell's expansion would.
+    fs::create_directories(path("more/day1"));
+    fs::copy_file(path("rec/a.raw"), path("more/day1/x.raw"));
+    fs::copy_file(path("rec/a.raw"), path("more/y.raw"));
+    ok("convert 'more/*' --caltype 21 -o 'more/{stem}.json' -q");
+    EXPECT_TRUE(fs::exists(path("more/x.json")) && fs::exists(path("more/y.json")));
     // Without it, existing outputs fail each input and nothing is replaced.
     const Result clash = run("convert rec/a.raw rec/c.raw" + outputs);
     EXPECT_NE(clash.code, 0);
@@ -369,6 +391,7 @@ TEST_F(Recordings, MisuseFailsInOneLineAndWritesNothing) {
              Misuse{"--counts without a .tiff", "convert two.raw --caltype 21 --counts -o t.json"},
              Misuse{"empty stream",
                     "convert - --size 160x120 --caltype 21 -o v.mp4 -o v.tiff --counts < /dev/null"},
+             Misuse{"{frame} in the table's name", "convert two.raw --caltype 21 --table '{frame}.csv'"},
              Misuse{"glob matching nothing", "convert 'none/*.raw' --caltype 21 -o '{stem}.json'"},
          }) {
         const Result r = run(m.args);

@@ -57,3 +57,41 @@ def test_refused(files, name, width, height, error):
     with pytest.raises(error):
         for _ in kalviro.read_frames(files / name, width, height):
             pass
+
+
+def _hostile(path, pages):
+    """A TIFF of (image, block bytes or None) pages, written by tifffile."""
+    import tifffile
+
+    with tifffile.TiffWriter(path) as w:
+        for image, block in pages:
+            tags = [] if block is None else [(65432, 7, len(block), block, True)]
+            w.write(image, extratags=tags, contiguous=False)
+
+
+_BLOCK = bytes(range(256)) * 2
+_GRAY = np.full((12, 16), 8000, np.uint16)
+
+
+@pytest.mark.parametrize(
+    "pages",
+    [
+        [(_GRAY.astype(np.uint8), _BLOCK)],  # 8-bit pages
+        [(_GRAY, _BLOCK), (_GRAY[:6], _BLOCK)],  # a page of another size
+        [(_GRAY, _BLOCK[:100])],  # a block of 100 bytes
+        [(_GRAY, _BLOCK), (_GRAY, None)],  # a page without its block
+        [(np.stack([_GRAY] * 3, axis=-1), _BLOCK)],  # three samples a pixel
+    ],
+    ids=["8-bit", "sizes differ", "short block", "page without block", "RGB"],
+)
+def test_hostile_archives_fail_in_the_package_and_the_command(tmp_path, pages):
+    _hostile(tmp_path / "bad.tiff", pages)
+    with pytest.raises(ValueError):
+        list(kalviro.read_frames(tmp_path / "bad.tiff"))
+    r = subprocess.run(
+        # info reads the first frame only: the whole file is checked first.
+        [CLI, "info", "bad.tiff", "--caltype", "21"], cwd=tmp_path, capture_output=True, text=True
+    )
+    assert r.returncode != 0
+    assert r.stderr.count("\n") == 1 and r.stderr.startswith("kalviro: "), r.stderr
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["bad.tiff"]
