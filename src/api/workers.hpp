@@ -4,18 +4,72 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 namespace kalviro {
 
 // The largest number of threads one frame is shared among.
 constexpr int kMaxThreads = 64;
 
+// The threads a frame may use here: the cores this process may run on, at
+// least 1, at most kMaxThreads. More only take turns on the same cores.
+int threadCap();
+
 // Runs part(ctx, k, n) for k in [0, n) at the same time on n threads, the
 // caller's among them, and returns when all have returned. n is `wanted`
-// (capped at kMaxThreads) or, when the workers are busy with another caller
-// or cannot be started, 1: the caller alone. Parts may wait for each other.
+// (capped at threadCap()) or fewer: the caller alone when the workers are
+// busy with another caller, have been stopped (the process is ending), or
+// cannot be started; as many as the system gives threads. Parts may wait for
+// each other. Never throws.
 void runTogether(int wanted, void (*part)(void* ctx, int k, int n), void* ctx);
+
+// A set of workers. The process has one behind runTogether; tests make
+// their own.
+class Workers {
+public:
+    using Part = void (*)(void* ctx, int k, int n);
+
+    // At most `cap` threads share a frame, the caller's included.
+    explicit Workers(int cap);
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+    ~Workers();  // close(), waiting as long as the frame in progress takes
+
+    // runTogether on this set; returns the n it ran with.
+    int run(int wanted, Part part, void* ctx);
+
+    // Lets the frame in progress finish on all its threads, then stops and
+    // joins the workers; frames that come later run on their caller's thread
+    // alone. Returns false, with the workers left running that frame, when
+    // it outlasts `patience` (a caller stopped inside it cannot finish it).
+    bool close(std::chrono::steady_clock::duration patience);
+
+private:
+    int grow(int count);
+    void loop(int index, uint64_t seen);
+
+    struct Job {
+        Part part;
+        void* ctx;
+        int n;
+    };
+
+    const int cap_;
+    std::atomic<bool> closed_{false};
+    std::mutex submit_;  // one frame at a time
+    std::mutex m_;
+    std::condition_variable cv_;
+    bool stop_ = false;
+    std::vector<std::thread> threads_;
+    Job job_{};
+    std::atomic<uint64_t> epoch_{0};
+    std::atomic<int> pending_{0};
+};
 
 // Holds the n threads of a part until all n have arrived; reusable.
 class Barrier {
