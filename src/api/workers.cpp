@@ -74,17 +74,23 @@ int Workers::run(int wanted, Part part, void* ctx) {
         part(ctx, 0, 1);
         return 1;
     }
-    // Every worker answers every frame, those without a part at once, so
-    // that none still reads the job when the next one is written.
-    pending_.store(static_cast<int>(threads_.size()), std::memory_order_relaxed);
+    // Post the frame: the workers that see it while it runs take parts
+    // 1 to n - 1; the caller waits for none that is asleep.
+    bool sleepers;
     {
         std::lock_guard<std::mutex> lock(m_);
         job_ = Job{part, ctx, n};
-        epoch_.fetch_add(1, std::memory_order_release);
+        const uint64_t epoch = epoch_.load(std::memory_order_relaxed) + 1;
+        taken_.store(1, std::memory_order_relaxed);
+        gate_.store(epoch << 32 | kOpen, std::memory_order_release);
+        epoch_.store(epoch, std::memory_order_release);
+        sleepers = sleepers_ > 0;
     }
-    cv_.notify_all();
+    if (sleepers) cv_.notify_all();
     part(ctx, 0, n);
-    spinUntil([this] { return pending_.load(std::memory_order_acquire) == 0; });
+    // Close the gate, then wait for the workers inside: they are running.
+    gate_.fetch_and(~kOpen, std::memory_order_acq_rel);
+    spinUntil([this] { return (gate_.load(std::memory_order_acquire) & (kOpen - 1)) == 0; });
     return n;
 }
 
@@ -114,9 +120,8 @@ int Workers::grow(int count) {
         // A new worker waits for the frame after the last one posted: no
         // frame is in progress while submit_ is held.
         const uint64_t seen = epoch_.load(std::memory_order_relaxed);
-        const int index = static_cast<int>(threads_.size());
         try {
-            threads_.emplace_back([this, index, seen] { loop(index, seen); });
+            threads_.emplace_back([this, seen] { loop(seen); });
         } catch (...) {  // std::system_error, or no memory for the thread's state
             break;
         }
@@ -124,7 +129,7 @@ int Workers::grow(int count) {
     return std::min(static_cast<int>(threads_.size()), count);
 }
 
-void Workers::loop(int index, uint64_t seen) {
+void Workers::loop(uint64_t seen) {
     for (;;) {
         // Frames of a sequence follow each other closely: look for the
         // next one for a while before sleeping.
@@ -135,15 +140,28 @@ void Workers::loop(int index, uint64_t seen) {
         }
         if (epoch_.load(std::memory_order_acquire) == seen) {
             std::unique_lock<std::mutex> lock(m_);
-            cv_.wait(lock, [&] { return stop_ || epoch_.load(std::memory_order_acquire) != seen; });
-            // A frame that was posted is answered before stopping: its
-            // other threads wait for this one's part.
-            if (epoch_.load(std::memory_order_acquire) == seen) return;
+            ++sleepers_;
+            cv_.wait(lock, [&] { return stop_ || epoch_.load(std::memory_order_relaxed) != seen; });
+            --sleepers_;
+            if (epoch_.load(std::memory_order_relaxed) == seen) return;  // stopped between frames
         }
-        seen = epoch_.load(std::memory_order_acquire);
-        const Job job = job_;
-        if (index + 1 < job.n) job.part(job.ctx, index + 1, job.n);
-        pending_.fetch_sub(1, std::memory_order_acq_rel);
+        Job job;
+        {
+            std::lock_guard<std::mutex> lock(m_);
+            job = job_;
+            seen = epoch_.load(std::memory_order_relaxed);
+        }
+        // Enter the frame while it still takes workers.
+        uint64_t gate = gate_.load(std::memory_order_acquire);
+        bool inside = false;
+        while (!inside && (gate >> 32) == (seen & 0xffffffffu) && (gate & kOpen) != 0) {
+            inside = gate_.compare_exchange_weak(gate, gate + 1, std::memory_order_acq_rel,
+                                                 std::memory_order_acquire);
+        }
+        if (!inside) continue;
+        const int k = taken_.fetch_add(1, std::memory_order_relaxed);
+        if (k < job.n) job.part(job.ctx, k, job.n);
+        gate_.fetch_sub(1, std::memory_order_release);
     }
 }
 
@@ -196,16 +214,6 @@ void runTogether(int wanted, void (*part)(void* ctx, int k, int n), void* ctx) {
         return;
     }
     w->run(wanted, part, ctx);
-}
-
-void Barrier::wait(int n) {
-    const uint32_t round = round_.load(std::memory_order_acquire);
-    if (arrived_.fetch_add(1, std::memory_order_acq_rel) + 1 == n) {
-        arrived_.store(0, std::memory_order_relaxed);
-        round_.fetch_add(1, std::memory_order_release);
-        return;
-    }
-    spinUntil([&] { return round_.load(std::memory_order_acquire) != round; });
 }
 
 }  // namespace kalviro

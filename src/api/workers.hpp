@@ -20,12 +20,15 @@ constexpr int kMaxThreads = 64;
 // least 1, at most kMaxThreads. More only take turns on the same cores.
 int threadCap();
 
-// Runs part(ctx, k, n) for k in [0, n) at the same time on n threads, the
-// caller's among them, and returns when all have returned. n is `wanted`
-// (capped at threadCap()) or fewer: the caller alone when the workers are
-// busy with another caller, have been stopped (the process is ending), or
-// cannot be started; as many as the system gives threads. Parts may wait for
-// each other. Never throws.
+// Runs part(ctx, 0, n) on the caller's thread and offers part(ctx, k, n),
+// k in [1, n), to the workers; returns when the caller's part has returned
+// and every worker that took one has returned too. A worker that comes too
+// late (it was asleep) takes none: the caller never waits for one to wake,
+// so a part shares its work out by claiming (never waiting for a given part
+// to run), and the caller's part must leave nothing undone. n is `wanted`
+// (capped at threadCap()) or 1 when the workers are busy with another
+// caller, have been stopped (the process is ending), or cannot be started.
+// Never throws.
 void runTogether(int wanted, void (*part)(void* ctx, int k, int n), void* ctx);
 
 // A set of workers. The process has one behind runTogether; tests make
@@ -51,13 +54,16 @@ public:
 
 private:
     int grow(int count);
-    void loop(int index, uint64_t seen);
+    void loop(uint64_t seen);
 
     struct Job {
         Part part;
         void* ctx;
         int n;
     };
+    // The posted frame's epoch (high half), whether it still takes workers,
+    // and how many are in it.
+    static constexpr uint64_t kOpen = uint64_t{1} << 31;
 
     const int cap_;
     std::atomic<bool> closed_{false};
@@ -65,20 +71,12 @@ private:
     std::mutex m_;
     std::condition_variable cv_;
     bool stop_ = false;
+    int sleepers_ = 0;  // under m_
     std::vector<std::thread> threads_;
-    Job job_{};
+    Job job_{};  // under m_
     std::atomic<uint64_t> epoch_{0};
-    std::atomic<int> pending_{0};
-};
-
-// Holds the n threads of a part until all n have arrived; reusable.
-class Barrier {
-public:
-    void wait(int n);
-
-private:
-    std::atomic<int> arrived_{0};
-    std::atomic<uint32_t> round_{0};
+    std::atomic<uint64_t> gate_{0};  // epoch << 32 | kOpen | workers inside
+    std::atomic<int> taken_{0};      // the next part a worker takes
 };
 
 }  // namespace kalviro
