@@ -14,10 +14,10 @@ namespace {
 // a worker that joins late finds fewer left, or none, and no thread waits
 // for another to start. Pixel pieces are multiples of 64, so two threads
 // write into no common cache line.
-constexpr uint64_t kPixelPiece = 16384;
-constexpr int32_t kGrayPiece = 2048;
+constexpr uint64_t kPixelPiece = 8192;
+constexpr int32_t kGrayPiece = 256;
 // Below this many pixels waking a worker costs more than it saves.
-constexpr uint64_t kThreadsPay = 4 * kPixelPiece;
+constexpr uint64_t kThreadsPay = 8 * kPixelPiece;
 
 // One phase's pieces: claimed, then counted done.
 struct Pieces {
