@@ -3,6 +3,9 @@
 //   per_pixel  (a) the pointer from KALVIRO_Gray2Temp_Real_GET on every pixel
 //   convert    (b) kalviro_convert_frame, one thread
 //   threads2   (c) kalviro_convert_frame_threads on two threads
+//   paced2ms_threads1, paced2ms_threads2: the same on one and two threads
+//              with 2 ms between frames, as a camera sends them (first
+//              CalType only)
 //   memcpy     (d) copying the frame's floats, once per frame size
 //   init       (e) one per-frame call, KALVIRO_Gray2Temp_Init
 //   kernel     (f) kalviro_convert_frame on each of the 65536 gray values once
@@ -14,6 +17,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -22,6 +26,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bench_frames.hpp"
@@ -123,6 +128,28 @@ void convertFrame(benchmark::State& state, const CalTypeInfo& calType, const Ben
     describe(state, frame, size);
 }
 
+// A camera's pace: `pauseUs` between frames, in which workers fall asleep;
+// only the calls are timed.
+void convertPaced(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene,
+                  int32_t threads, int pauseUs) {
+    const BenchFrame* frame = frameOrSkip(state, calType, scene);
+    if (frame == nullptr) return;
+    Converter conv(calType);
+    std::vector<float> out(frame->pixels.size());
+    auto table = std::make_unique<KalviroFrameTable>();
+    for (auto _ : state) {
+        std::this_thread::sleep_for(std::chrono::microseconds(pauseUs));
+        const auto start = std::chrono::steady_clock::now();
+        kalviro_convert_frame_threads(conv.real, conv.info(), frame->pixels.data(), frame->pixels.size(),
+                                      kEmissivity, 0.0f, out.data(), table.get(), threads);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    describe(state, *frame, scene.size.text());
+}
+
 void convertScene(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene,
                   int32_t threads) {
     const BenchFrame* frame = frameOrSkip(state, calType, scene);
@@ -188,6 +215,14 @@ void registerAll(const Options& o) {
             benchmark::RegisterBenchmark(("threads2" + tail).c_str(), convertScene, c, s, 2)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);
+            // Threads at a camera's pace, for the first CalType asked for.
+            if (&c != &o.calTypes.front()) continue;
+            for (int32_t threads : {1, 2}) {
+                const std::string name = "paced2ms_threads" + std::to_string(threads) + tail;
+                benchmark::RegisterBenchmark(name.c_str(), convertPaced, c, s, threads, 2000)
+                    ->UseManualTime()
+                    ->Unit(benchmark::kMicrosecond);
+            }
         }
     }
 }

@@ -235,8 +235,10 @@ KALVIRO_API int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo *block, 
  * threads - 1 workers share the search for the span, the table and the
  * lookups. The workers are started by the first call that asks for them and
  * wait for the next frame between calls; a call that finds them busy with
- * another caller's frame converts on its own thread. Results are bit for bit
- * those of kalviro_convert_frame; threads below 2 start nothing. */
+ * another caller's frame converts on its own thread. threads is capped at the
+ * cores the process may run on; frames under 65536 pixels convert on the
+ * calling thread alone, which never waits for a worker to wake. Results are
+ * bit for bit those of kalviro_convert_frame; threads below 2 start nothing. */
 KALVIRO_API int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo *block,
                                                   const uint16_t *pixels, uint64_t count, float emissivity,
                                                   float distance, float *out, KalviroFrameTable *table,

@@ -1,6 +1,7 @@
 #include "api/frame.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "api/lane_builders.hpp"
@@ -9,30 +10,52 @@
 namespace kalviro {
 namespace {
 
+// The work of a frame comes in pieces that its threads claim one at a time:
+// a worker that joins late finds fewer left, or none, and no thread waits
+// for another to start. Pixel pieces are multiples of 64, so two threads
+// write into no common cache line.
+constexpr uint64_t kPixelPiece = 8192;
+constexpr int32_t kGrayPiece = 256;
+// Below this many pixels waking a worker costs more than it saves.
+constexpr uint64_t kThreadsPay = 8 * kPixelPiece;
+
+// One phase's pieces: claimed, then counted done.
+struct Pieces {
+    std::atomic<uint64_t> next{0}, done{0};
+
+    template <typename Work>
+    void work(uint64_t count, Work&& w) {
+        for (uint64_t i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) {
+            w(i);
+            done.fetch_add(1, std::memory_order_release);
+        }
+    }
+    // Waits for the pieces other threads claimed: they are running.
+    void wait(uint64_t count) const {
+        while (done.load(std::memory_order_acquire) < count) std::this_thread::yield();
+    }
+};
+
 struct FrameJob {
     SpanBuilder builder;
     const uint16_t* pixels;
     uint64_t count;
     float* out;
     float* table;
-    uint16_t lo[kMaxThreads];
-    uint16_t hi[kMaxThreads];
-    float warm[kMaxThreads];  // what reading the table in gave, kept so it is read
-    Barrier barrier;
+    uint64_t pixelPieces;
+    Pieces range, build, gather;
+    std::atomic<uint32_t> lo{0xffff}, hi{0};
 };
 
-// k n-ths of length, rounded down, without overflow.
-uint64_t share(uint64_t length, int k, int n) {
-    const auto kk = static_cast<uint64_t>(k), nn = static_cast<uint64_t>(n);
-    return length / nn * kk + length % nn * kk / nn;
+void lower(std::atomic<uint32_t>& a, uint32_t v) {
+    for (uint32_t cur = a.load(std::memory_order_relaxed); v < cur;) {
+        if (a.compare_exchange_weak(cur, v, std::memory_order_relaxed)) break;
+    }
 }
-
-// Where part k of n of [first, last) begins: on a multiple of 64, so that
-// two threads write into no common cache line.
-uint64_t cut(uint64_t first, uint64_t last, int k, int n) {
-    if (k == 0) return first;
-    if (k == n) return last;
-    return std::max(first, (first + share(last - first, k, n)) & ~uint64_t{63});
+void raise(std::atomic<uint32_t>& a, uint32_t v) {
+    for (uint32_t cur = a.load(std::memory_order_relaxed); v > cur;) {
+        if (a.compare_exchange_weak(cur, v, std::memory_order_relaxed)) break;
+    }
 }
 
 // out[i] = table[pixels[i]], eight at a time: the loads of one group do not
@@ -49,36 +72,44 @@ void gather(const float* table, const uint16_t* pixels, uint64_t begin, uint64_t
     for (; i < end; ++i) out[i] = table[pixels[i]];
 }
 
-void part(void* ctx, int k, int n) {
+// Every thread of the frame runs this; the caller's (k 0) returns only when
+// the whole frame is done.
+void part(void* ctx, int k, int) {
     FrameJob& job = *static_cast<FrameJob*>(ctx);
-    const uint64_t begin = cut(0, job.count, k, n), end = cut(0, job.count, k + 1, n);
+    const auto piece = [&job](uint64_t i, uint64_t& begin, uint64_t& end) {
+        begin = i * kPixelPiece;
+        end = std::min(job.count, begin + kPixelPiece);
+    };
 
-    uint16_t lo, hi;
-    laneBuilders().grayRange(job.pixels + begin, end - begin, &lo, &hi);
-    job.lo[k] = lo;
-    job.hi[k] = hi;
-    if (n > 1) job.barrier.wait(n);
-    for (int j = 0; j < n; ++j) {
-        lo = std::min(lo, job.lo[j]);
-        hi = std::max(hi, job.hi[j]);
-    }
+    // The gray span of the frame.
+    job.range.work(job.pixelPieces, [&](uint64_t i) {
+        uint64_t begin, end;
+        piece(i, begin, end);
+        uint16_t lo, hi;
+        laneBuilders().grayRange(job.pixels + begin, end - begin, &lo, &hi);
+        lower(job.lo, lo);
+        raise(job.hi, hi);
+    });
+    job.range.wait(job.pixelPieces);
+    const auto lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
+    const auto hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
 
-    const uint64_t from = cut(lo, hi + 1u, k, n), to = cut(lo, hi + 1u, k + 1, n);
-    if (from < to) {
-        job.builder.build(job.builder.ctx, static_cast<int32_t>(from), static_cast<int32_t>(to - from),
-                          job.table + from);
-    }
-    if (n > 1) {
-        job.barrier.wait(n);
-        // The other threads' parts of the table sit in their caches: read
-        // them in once, in order, rather than line by line as pixels ask.
-        float sum = 0.0f;
-        for (uint64_t g = lo; g <= hi; g += 16) {
-            if (g < from || g >= to) sum += job.table[g];
-        }
-        job.warm[k] = sum;
-    }
-    gather(job.table, job.pixels, begin, end, job.out);
+    // Its table, in pieces on multiples of kGrayPiece.
+    const int32_t first = lo / kGrayPiece;
+    const auto grayPieces = static_cast<uint64_t>(hi / kGrayPiece - first + 1);
+    job.build.work(grayPieces, [&](uint64_t i) {
+        const int32_t from = std::max(lo, (first + static_cast<int32_t>(i)) * kGrayPiece);
+        const int32_t to = std::min(hi + 1, (first + static_cast<int32_t>(i) + 1) * kGrayPiece);
+        job.builder.build(job.builder.ctx, from, to - from, job.table + from);
+    });
+    job.build.wait(grayPieces);
+
+    job.gather.work(job.pixelPieces, [&](uint64_t i) {
+        uint64_t begin, end;
+        piece(i, begin, end);
+        gather(job.table, job.pixels, begin, end, job.out);
+    });
+    if (k == 0) job.gather.wait(job.pixelPieces);
 }
 
 }  // namespace
@@ -86,8 +117,9 @@ void part(void* ctx, int k, int n) {
 void frameThrough(const SpanBuilder& builder, const uint16_t* pixels, uint64_t count, float* out,
                   KalviroFrameTable& table, int32_t threads) {
     if (count == 0) return;
-    FrameJob job{builder, pixels, count, out, table.temp, {}, {}, {}, {}};
-    runTogether(threads, part, &job);
+    FrameJob job{builder, pixels, count, out, table.temp, (count + kPixelPiece - 1) / kPixelPiece,
+                 {},      {},     {},    {},  {}};
+    runTogether(count < kThreadsPay ? 1 : threads, part, &job);
 }
 
 }  // namespace kalviro
