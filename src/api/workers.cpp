@@ -127,7 +127,9 @@ std::atomic<Workers*> gWorkers{nullptr};
 
 // A child of fork() has none of the parent's threads: it starts its own
 // workers when it asks, and leaves the parent's set alone.
+#if defined(__unix__) || defined(__APPLE__)
 void forgetAfterFork() { gWorkers.store(nullptr, std::memory_order_relaxed); }
+#endif
 
 Workers& workers() {
     Workers* w = gWorkers.load(std::memory_order_acquire);
