@@ -175,7 +175,9 @@ std::atomic<Workers*> gWorkers{nullptr};
 // threads, and its locks may be held by threads that are not there.
 std::atomic<Workers*> gForgotten{nullptr};
 
+#if defined(__unix__) || defined(__APPLE__)
 void forgetAfterFork() { gForgotten.store(gWorkers.exchange(nullptr, std::memory_order_relaxed)); }
+#endif
 
 Workers* workers() {
     Workers* w = gWorkers.load(std::memory_order_acquire);

@@ -12,12 +12,18 @@
 #include <cstring>
 #include <limits>
 
-#include "core/exp2_table.hpp"
+#include "core/exp_constants.hpp"
 #include "core/numeric.hpp"
 
 namespace kalviro {
 namespace {
 
+using rounded::k256ByLn2;
+using rounded::kLn2By256Hi;
+using rounded::kLn2By256Lo;
+using rounded::kLn2By256Mid;
+using rounded::kLn2By256MidLo;
+using rounded::kLn2Fixed;
 using rounded::TwoDouble;
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -208,13 +214,9 @@ double powExact(double x, int n) {
 
 // ---- exp, slow road: fixed point, 288 fraction bits ------------------------
 
-constexpr int kFixLimbs = 10;  // 9 limbs of fraction, 1 of integer part
+constexpr int kFixLimbs = rounded::kLn2FixedLimbs;  // 9 limbs of fraction, 1 of integer part
 constexpr int kFixFraction = 288;
 using Fixed = uint32_t[kFixLimbs];
-
-// ln 2, truncated after its 288th fractional bit.
-constexpr uint32_t kLn2Fixed[kFixLimbs] = {0xe7b87620u, 0x8baafa2bu, 0x8a0d175bu, 0x7298b62du, 0x40f34326u,
-                                           0x03f2f6afu, 0xc9e3b398u, 0xd1cf79abu, 0xb17217f7u, 0x00000000u};
 
 bool fixedLess(const uint32_t* a, const uint32_t* b) {
     for (int i = kFixLimbs - 1; i >= 0; --i) {
@@ -335,14 +337,6 @@ double expSlow(double x) {
 
 // ---- exp, quick and careful roads ------------------------------------------
 
-// ln2 / 256 as hi + mid + lo, hi and mid of 34 significant bits so that their
-// products with |k| < 2^19 are exact; midLo is mid + lo rounded, for the
-// quick road.
-constexpr double kLn2By256Hi = 0x1.62e42fef8p-9;
-constexpr double kLn2By256Mid = 0x1.1cf79abc8p-44;
-constexpr double kLn2By256Lo = 0x1.e3b39803f2f6bp-80;
-constexpr double kLn2By256MidLo = 0x1.1cf79abc9e3b4p-44;
-constexpr double k256ByLn2 = 0x1.71547652b82fep+8;
 constexpr double kRoundShift = 0x1.8p52;  // adding it rounds |t| < 2^51 to an integer
 
 // x = (256 k + j) ln2/256 + r, |r| <= ln2/512 and a hair.

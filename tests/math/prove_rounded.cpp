@@ -1,6 +1,7 @@
 // Compares roundedExp and roundedPow with MPFR over float arguments widened
 // to double, the only arguments the library passes them.
 //
+//   prove_rounded constants            prints roundedExp's constants from MPFR
 //   prove_rounded exp                  every one of the 2^32 float bit patterns
 //   prove_rounded pow                  every finite float, exponents 3 to 7
 //   prove_rounded exp|pow --sample N [--seed S]   N random floats instead
@@ -11,7 +12,8 @@
 // between the two midpoints around the library's result. Only the rest go
 // to MPFR (53 bits, the double's exponent range, subnormals rounded once),
 // which is also the sample's sole judge with --mpfr-all. Exits 1 on any
-// difference, printing the first few.
+// difference, printing the first few. Every run first checks roundedExp's
+// constants against MPFR.
 #include <mpfr.h>
 
 #include <cfloat>
@@ -26,6 +28,7 @@
 #include <random>
 #include <string>
 
+#include "core/exp_constants.hpp"
 #include "core/rounded_math.hpp"
 
 namespace {
@@ -164,13 +167,115 @@ struct Prover {
     }
 };
 
+// ---- roundedExp's constants ---------------------------------------------------
+
+// v rounded to the given number of significant bits, as a double.
+double roundedTo(mpfr_srcptr v, int bits) {
+    mpfr_t t;
+    mpfr_init2(t, bits);
+    mpfr_set(t, v, MPFR_RNDN);
+    const double d = mpfr_get_d(t, MPFR_RNDN);
+    mpfr_clear(t);
+    return d;
+}
+
+struct Constants {
+    double hi, mid, lo, midLo, inverse;
+    uint32_t ln2Fixed[kalviro::rounded::kLn2FixedLimbs];
+    kalviro::rounded::TwoDouble table[1 << kalviro::rounded::kExp2TableBits];
+};
+
+Constants constantsFromMpfr() {
+    Constants c{};
+    mpfr_t ln2, v, rest;
+    mpfr_inits2(600, ln2, v, rest, static_cast<mpfr_ptr>(nullptr));
+    mpfr_const_log2(ln2, MPFR_RNDN);
+    mpfr_div_ui(v, ln2, 256, MPFR_RNDN);
+    c.hi = roundedTo(v, 34);
+    mpfr_sub_d(rest, v, c.hi, MPFR_RNDN);
+    c.midLo = roundedTo(rest, 53);
+    c.mid = roundedTo(rest, 34);
+    mpfr_sub_d(rest, rest, c.mid, MPFR_RNDN);
+    c.lo = roundedTo(rest, 53);
+    mpfr_ui_div(v, 256, ln2, MPFR_RNDN);
+    c.inverse = roundedTo(v, 53);
+    // ln 2 * 2^288, truncated, in 32-bit limbs.
+    mpfr_mul_2ui(v, ln2, 288, MPFR_RNDN);
+    mpfr_rint_trunc(v, v, MPFR_RNDZ);
+    for (int i = 0; i < kalviro::rounded::kLn2FixedLimbs; ++i) {
+        mpfr_set(rest, v, MPFR_RNDN);
+        mpfr_fmod_ui(rest, rest, 1ul << 16, MPFR_RNDN);
+        uint32_t low = static_cast<uint32_t>(mpfr_get_ui(rest, MPFR_RNDN));
+        mpfr_div_2ui(v, v, 16, MPFR_RNDN);
+        mpfr_rint_trunc(v, v, MPFR_RNDZ);
+        mpfr_set(rest, v, MPFR_RNDN);
+        mpfr_fmod_ui(rest, rest, 1ul << 16, MPFR_RNDN);
+        low |= static_cast<uint32_t>(mpfr_get_ui(rest, MPFR_RNDN)) << 16;
+        mpfr_div_2ui(v, v, 16, MPFR_RNDN);
+        mpfr_rint_trunc(v, v, MPFR_RNDZ);
+        c.ln2Fixed[i] = low;
+    }
+    for (int j = 0; j < (1 << kalviro::rounded::kExp2TableBits); ++j) {
+        mpfr_set_si(rest, j, MPFR_RNDN);
+        mpfr_div_2ui(rest, rest, kalviro::rounded::kExp2TableBits, MPFR_RNDN);
+        mpfr_exp2(v, rest, MPFR_RNDN);
+        c.table[j].hi = roundedTo(v, 53);
+        mpfr_sub_d(v, v, c.table[j].hi, MPFR_RNDN);
+        c.table[j].lo = roundedTo(v, 53);
+    }
+    mpfr_clears(ln2, v, rest, static_cast<mpfr_ptr>(nullptr));
+    return c;
+}
+
+void printConstants(const Constants& c) {
+    std::printf(
+        "kLn2By256Hi = %a\nkLn2By256Mid = %a\nkLn2By256Lo = %a\nkLn2By256MidLo = %a\nk256ByLn2 = %a\n", c.hi,
+        c.mid, c.lo, c.midLo, c.inverse);
+    std::printf("kLn2Fixed =");
+    for (uint32_t limb : c.ln2Fixed) std::printf(" 0x%08" PRIx32 "u,", limb);
+    std::printf("\nkExp2Table =\n");
+    for (const auto& t : c.table) std::printf("    {%a, %a},\n", t.hi, t.lo);
+}
+
+// The number of constants in the header that differ from MPFR's, each named.
+int constantsDiffer(const Constants& c) {
+    namespace r = kalviro::rounded;
+    int bad = 0;
+    const auto check = [&bad](const char* name, int index, double have, double want) {
+        if (std::memcmp(&have, &want, sizeof have) != 0) {
+            std::printf("CONSTANT %s[%d] is %a, MPFR gives %a\n", name, index, have, want);
+            ++bad;
+        }
+    };
+    check("kLn2By256Hi", 0, r::kLn2By256Hi, c.hi);
+    check("kLn2By256Mid", 0, r::kLn2By256Mid, c.mid);
+    check("kLn2By256Lo", 0, r::kLn2By256Lo, c.lo);
+    check("kLn2By256MidLo", 0, r::kLn2By256MidLo, c.midLo);
+    check("k256ByLn2", 0, r::k256ByLn2, c.inverse);
+    for (int i = 0; i < r::kLn2FixedLimbs; ++i) {
+        check("kLn2Fixed", i, static_cast<double>(r::kLn2Fixed[i]), static_cast<double>(c.ln2Fixed[i]));
+    }
+    for (int j = 0; j < (1 << r::kExp2TableBits); ++j) {
+        check("kExp2Table.hi", j, r::kExp2Table[j].hi, c.table[j].hi);
+        check("kExp2Table.lo", j, r::kExp2Table[j].lo, c.table[j].lo);
+    }
+    return bad;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Constants constants = constantsFromMpfr();
+    if (argc == 2 && std::strcmp(argv[1], "constants") == 0) {
+        printConstants(constants);
+        return 0;
+    }
     if (argc < 2 || (std::strcmp(argv[1], "exp") != 0 && std::strcmp(argv[1], "pow") != 0)) {
-        std::fprintf(stderr, "usage: prove_rounded exp|pow [--sample N] [--seed S] [--mpfr-all]\n");
+        std::fprintf(stderr,
+                     "usage: prove_rounded constants | exp|pow [--sample N] [--seed S] [--mpfr-all]\n");
         return 2;
     }
+    if (constantsDiffer(constants) != 0) return 1;
     const bool isExp = std::strcmp(argv[1], "exp") == 0;
     uint64_t sample = 0;
     uint64_t seed = 19;

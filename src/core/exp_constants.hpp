@@ -1,10 +1,29 @@
-// 2^(j/256) for j = 0..255 as hi + lo: hi the double nearest, lo the double
-// nearest the remainder. Printed by tests/math/prove_rounded (its "table"
-// mode, with MPFR), which also checks every entry on each run.
+// The constants of roundedExp. tests/math/prove_rounded prints them from MPFR
+// ("prove_rounded constants") and checks every one on each run.
 #pragma once
+
+#include <cstdint>
 
 namespace kalviro::rounded {
 
+// ln2 / 256 as hi + mid + lo, hi and mid of 34 significant bits (each the
+// nearest such), so that their products with |k| < 2^19 are exact; midLo is
+// the double nearest ln2 / 256 - hi, for the quick road.
+constexpr double kLn2By256Hi = 0x1.62e42fef8p-9;
+constexpr double kLn2By256Mid = 0x1.1cf79abc8p-44;
+constexpr double kLn2By256Lo = 0x1.e3b39803f2f6bp-80;
+constexpr double kLn2By256MidLo = 0x1.1cf79abc9e3b4p-44;
+constexpr double k256ByLn2 = 0x1.71547652b82fep+8;
+
+// ln 2 in fixed point, truncated after its 288th fractional bit: nine 32-bit
+// limbs of fraction, least significant first, and a zero integer limb.
+constexpr int kLn2FixedLimbs = 10;
+constexpr uint32_t kLn2Fixed[kLn2FixedLimbs] = {0xe7b87620u, 0x8baafa2bu, 0x8a0d175bu, 0x7298b62du,
+                                                0x40f34326u, 0x03f2f6afu, 0xc9e3b398u, 0xd1cf79abu,
+                                                0xb17217f7u, 0x00000000u};
+
+// 2^(j/256) for j = 0..255 as hi + lo: hi the double nearest, lo the double
+// nearest the remainder.
 struct TwoDouble {
     double hi;
     double lo;
