@@ -21,7 +21,7 @@ from typing import TYPE_CHECKING, Iterable, Iterator, NamedTuple, Optional, Tupl
 
 from . import _kalviro
 from ._fields import FIELD_UNITS, read_fields
-from ._kalviro import __version__, version
+from ._kalviro import DEFAULT_EMISSIVITY, __version__, version
 
 if TYPE_CHECKING:
     import numpy as np
@@ -35,6 +35,7 @@ __all__ = [
     "BLOCK_SIZE",
     "CalTypeInfo",
     "Camera",
+    "DEFAULT_EMISSIVITY",
     "FIELD_UNITS",
     "__version__",
     "block_fields",
@@ -136,15 +137,53 @@ def _frames(path, width: int, height: int, frame: int) -> Iterator[Tuple[Image, 
         yield image.reshape(height, width), bytearray(mapped[start + image_bytes : start + frame])
 
 
+# A pickled camera: (format, layout of the statics, CalType, statics). The
+# statics are the library's bytes as they lie in memory, so they load only
+# under the same format and layout text (revision, byte order, size).
+PICKLE_FORMAT = 1
+
+
+def _camera_from_state(fmt, layout, caltype, state):
+    if fmt != PICKLE_FORMAT:
+        raise ValueError(
+            f"kalviro.Camera pickle format {fmt!r}: this kalviro ({__version__}) reads format {PICKLE_FORMAT} only"
+        )
+    here = _kalviro.Camera._state_layout()
+    if layout != here:
+        raise ValueError(
+            f"kalviro.Camera pickled with statics laid out as {layout!r}; this kalviro ({__version__}) "
+            f"on this host lays them out as {here!r}"
+        )
+    cam = Camera(caltype)
+    cam._load_state(state)
+    return cam
+
+
 class Camera(_kalviro.Camera):
-    __doc__ = _kalviro.Camera.__doc__
+    __doc__ = _kalviro.Camera.__doc__ + """
+
+A camera is a value: copy.copy, copy.deepcopy and pickle carry its CalType
+and all its statics, so a copy converts the next frames to the bits the
+original would. A pickle holds a format number and the layout of the
+statics (kalviro's revision, the host's byte order, their size); loading it
+under another raises ValueError.
+"""
+
+    def __reduce__(self):
+        return (_camera_from_state, (PICKLE_FORMAT, self._state_layout(), self.caltype, self._state()))
+
+    def __copy__(self):
+        return _camera_from_state(PICKLE_FORMAT, self._state_layout(), self.caltype, self._state())
+
+    def __deepcopy__(self, memo):
+        return self.__copy__()
 
     def convert_sequence(
         self,
         frames: Union[str, os.PathLike, Iterable[Tuple[Image, Block]]],
         width: Optional[int] = None,
         height: Optional[int] = None,
-        emissivity: float = 1.0,
+        emissivity: float = DEFAULT_EMISSIVITY,
         distance: float = 0.0,
         threads: int = 1,
     ) -> Iterator[Temperatures]:

@@ -47,6 +47,18 @@ CASES = [
     ("temp not finite", lambda c, b: c.temp2gray(b, float("nan"), 0, 150, 0, 16383), ValueError, "finite"),
     ("frame size", lambda c, b: kalviro.split_frame(bytes(100), W, H), ValueError, "608 bytes"),
     ("frame negative", lambda c, b: kalviro.split_frame(bytes(512), -1, H), ValueError, "0 or more"),
+    ("emissivity 95", lambda c, b: c.convert(IMAGE, b, 95), ValueError, "emissivity 95"),
+    ("emissivity 0", lambda c, b: c.init(1000, b, 0.0), ValueError, "above 0 and at most 1"),
+    ("emissivity negative", lambda c, b: c.once(1000, b, -0.5), ValueError, "emissivity -0.5"),
+    ("emissivity nan", lambda c, b: c.real(1000, b, float("nan")), ValueError, "emissivity nan"),
+    ("emissivity inf", lambda c, b: c.temp2gray(b, 30, 0, 150, 0, 16383, float("inf")), ValueError, "emissivity"),
+    ("emissivity above 1", lambda c, b: c.convert(IMAGE, b, 1.0001), ValueError, "emissivity"),
+    (
+        "emissivity in a sequence",
+        lambda c, b: list(kalviro.Camera(21).convert_sequence([(IMAGE, b)], emissivity=2)),
+        ValueError,
+        "emissivity 2",
+    ),
     ("CalType unknown", lambda c, b: kalviro.Camera(53), ValueError, "53"),
     ("field CalType", lambda c, b: kalviro.block_fields(b, 53), ValueError, "53"),
 ]
