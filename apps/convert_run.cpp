@@ -166,7 +166,7 @@ private:
         const float distance = run_.distance ? static_cast<float>(*run_.distance) : 0.0f;
         job.camera.realFrame(job.pixels.data(), job.pixels.size(), &job.block, run_.emissivity, distance,
                              r.temps.data(), table);
-        giveBack(pixelPool_, std::move(job.pixels));
+        r.grays = std::move(job.pixels);
         const int32_t w = run_.size.width;
         r.whole = regionStats(r.temps.data(), w, wholeFrame(run_.size));
         for (const Region& g : run_.regions) r.regions.push_back(regionStats(r.temps.data(), w, g));
@@ -227,6 +227,7 @@ private:
         for (size_t i = 0; i < r.regions.size(); ++i) add(summary_.regions[i], r.regions[i]);
         ++summary_.frames;
         giveBack(tempPool_, std::move(r.temps));
+        giveBack(pixelPool_, std::move(r.grays));
         summary_.last = std::move(r);
     }
 

@@ -11,6 +11,7 @@
 #include "palette.hpp"
 #include "pending_files.hpp"
 #include "synth_scene.hpp"
+#include "view_command.hpp"
 
 namespace {
 
@@ -49,8 +50,11 @@ int main(int argc, char** argv) {
     infoCmd->add_flag("--csv", info.csv, "every frame's settings, one CSV row a frame")->excludes("--json");
 
     ConvertOptions conv;
-    auto* convCmd = app.add_subcommand("convert", "convert frames to temperatures: .csv .tiff .png .json");
-    convCmd->add_option("FILE", conv.file, kFileHelp);
+    auto* convCmd = app.add_subcommand(
+        "convert", "convert frames to temperatures: .csv .tiff .png .json .mp4 .mkv .webm .gif");
+    convCmd->add_option("FILE", conv.inputs,
+                        "raw frame files, gray-value archives (.tiff written with --counts), directories or "
+                        "globs; - reads standard input");
     convCmd->add_option("--caltype", conv.calType, "the camera's CalType");
     convCmd->add_option("--size", conv.size, kSizeHelp);
     convCmd->add_option("-e,--emissivity", conv.emissivity, "emissivity of the object, above 0 and at most 1")
@@ -58,7 +62,9 @@ int main(int argc, char** argv) {
     convCmd->add_option("-d,--distance", conv.distance, "object distance in metres, in place of the block's");
     convCmd->add_option("--frames", conv.frames, "frames A:B (B not included), A:, :B or K");
     convCmd
-        ->add_option("-o,--output", conv.outputs, "output, by extension: .csv .tiff .png .json; repeatable")
+        ->add_option("-o,--output", conv.outputs,
+                     "output, by extension: .csv .tiff .png .json .mp4 .mkv .webm .gif; {stem} is the "
+                     "input's name, {frame} the frame number; repeatable")
         ->allow_extra_args(false);
     convCmd->add_option("--palette", conv.palette, "PNG palette: " + paletteNames())->capture_default_str();
     convCmd->add_option("--range", conv.range, "PNG colours fixed from LO to HI degrees, LO:HI");
@@ -71,6 +77,12 @@ int main(int argc, char** argv) {
     convCmd->add_flag("--force", conv.force, "replace existing outputs");
     convCmd->add_flag("--demo", conv.demo, "convert a built-in synthetic frame into demo.png and demo.json");
     convCmd->add_flag("-q,--quiet", conv.quiet, "no summary, no progress bar");
+    convCmd->add_option("--fps", conv.fps, "frames per second of video outputs")->capture_default_str();
+    convCmd->add_flag("--counts", conv.counts,
+                      "a .tiff output holds the gray values and blocks (an archive that converts again)");
+    convCmd->add_option("--table", conv.table,
+                        "CSV of every frame's statistics, a row per frame and region, spot or the frame");
+    convCmd->add_flag("--skip-existing", conv.skipExisting, "pass over inputs whose outputs all exist");
 
     SynthOptions synth;
     auto* synthCmd = app.add_subcommand("synth", "write a synthetic frame or sequence of known temperatures");
@@ -94,6 +106,9 @@ int main(int argc, char** argv) {
     t2gCmd->add_option("-d,--distance", t2g.distance, "object distance in metres, in place of the block's");
     t2gCmd->add_flag("--json", t2g.json, "as JSON");
 
+    ViewOptions view;
+    auto* viewCmd = addViewCommand(app, view);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -108,6 +123,7 @@ int main(int argc, char** argv) {
         if (convCmd->parsed()) runConvert(conv);
         if (synthCmd->parsed()) runSynth(synth);
         if (t2gCmd->parsed()) runTemp2Gray(t2g);
+        if (viewCmd->parsed()) runView(view);
     } catch (const Failure& e) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;

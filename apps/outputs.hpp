@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "canvas.hpp"
 #include "frame_size.hpp"
 #include "kalviro.hpp"
 #include "palette.hpp"
@@ -36,6 +37,7 @@ struct RunInfo {
 struct FrameResult {
     uint64_t index = 0;
     std::vector<float> temps;
+    std::vector<uint16_t> grays;  // the frame's gray values, as read
     uint16_t centreGray = 0;
     float perFrame = 0.0f;  // the per-frame call's value for centreGray
     Stats whole;
@@ -49,6 +51,8 @@ struct PngOptions {
     std::optional<std::pair<float, float>> range;  // fixed LO:HI; per frame otherwise
     bool markers = true;
     int32_t scale = 1;
+    double fps = 30.0;    // video outputs
+    bool counts = false;  // .tiff holds the gray values and blocks, not temperatures
 };
 
 class Output {
@@ -87,5 +91,17 @@ std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& 
                                       PendingFiles& files);
 std::unique_ptr<Output> makeTiffOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
 std::unique_ptr<Output> makeJsonOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makeCountsOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makeVideoOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                        PendingFiles& files);
+bool isVideoExtension(const std::string& ext);
+
+// The false-colour picture of a frame as the PNG shows it (palette, range,
+// colour bar, markers), and the line naming its colour range.
+struct Rendered {
+    Canvas canvas;
+    std::string comment;
+};
+Rendered renderFrame(const FrameResult& r, const RunInfo& run, const PngOptions& png);
 
 }  // namespace kalviro::cli

@@ -74,6 +74,59 @@ std::string label(float t) {
     return buf;
 }
 
+Canvas draw(const FrameResult& r, const RunInfo& run, const PngOptions& png, float lo, float hi) {
+    const int32_t s = png.scale;
+    const int32_t w = run.size.width * s;
+    const int32_t h = run.size.height * s;
+    const int32_t fontScale = h >= 360 ? 2 : 1;
+    const int32_t panel =
+        kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
+    Canvas c(w + panel, h, kPanel);
+    const Palette& pal = *png.palette;
+    const float span = hi - lo;
+    const size_t stride = static_cast<size_t>(c.width) * 3;
+    for (int32_t y = 0; y < run.size.height; ++y) {
+        const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run.size.width)];
+        uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
+        for (int32_t x = 0; x < run.size.width; ++x) {
+            Rgb colour = kInvalid;
+            if (std::isfinite(row[x])) {
+                const float k = std::clamp((row[x] - lo) / span * 255.0f, 0.0f, 255.0f);
+                colour = pal[static_cast<size_t>(std::lround(k))];
+            }
+            for (int32_t i = 0; i < s; ++i, out += 3) {
+                out[0] = colour.r;
+                out[1] = colour.g;
+                out[2] = colour.b;
+            }
+        }
+        // The other rows of a scaled pixel repeat the first.
+        const uint8_t* first = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
+        for (int32_t i = 1; i < s; ++i) {
+            std::memcpy(
+                &c.rgb[(static_cast<size_t>(y) * static_cast<size_t>(s) + static_cast<size_t>(i)) * stride],
+                first, static_cast<size_t>(w) * 3);
+        }
+    }
+    // The bar: hottest colour at the top.
+    const int32_t x0 = w + kBarGap;
+    const int32_t top = std::min(kBarMargin, h / 4);
+    const int32_t bottom = h - 1 - top;
+    for (int32_t y = top; y <= bottom; ++y) {
+        const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
+        c.fill(x0, y, kBarWidth, 1, pal[static_cast<size_t>(std::lround(k * 255.0))]);
+    }
+    const int32_t lx = x0 + kBarWidth + kLabelGap;
+    drawText(c, lx, top, label(hi), kLabel, fontScale);
+    drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
+    if (png.markers && r.whole.count != 0) {
+        const int32_t arm = 3 * s + 2;
+        drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
+        drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
+    }
+    return c;
+}
+
 class PngOutput : public Output {
 public:
     PngOutput(std::string target, const RunInfo& run, const PngOptions& png, PendingFiles& files)
@@ -84,80 +137,11 @@ public:
     void frame(const FrameResult& r) override {
         const std::string name = numberedName(target_, r.index, run_);
         const std::string temp = files_.create(name);
-        float lo = 0.0f, hi = 1.0f;
-        if (png_.range) {
-            lo = png_.range->first;
-            hi = png_.range->second;
-        } else if (r.whole.count != 0) {
-            lo = r.whole.min;
-            hi = r.whole.max;
-        }
-        if (!(hi > lo)) {
-            lo -= 0.5f;
-            hi += 0.5f;
-        }
-        const Canvas c = draw(r, lo, hi);
-        const std::string comment = "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
-                                    std::to_string(r.index) + ", colours from " + label(lo) + " to " +
-                                    label(hi);
-        writePng(temp, name, c, comment);
+        const Rendered picture = renderFrame(r, run_, png_);
+        writePng(temp, name, picture.canvas, picture.comment);
     }
 
 private:
-    Canvas draw(const FrameResult& r, float lo, float hi) const {
-        const int32_t s = png_.scale;
-        const int32_t w = run_.size.width * s;
-        const int32_t h = run_.size.height * s;
-        const int32_t fontScale = h >= 360 ? 2 : 1;
-        const int32_t panel =
-            kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
-        Canvas c(w + panel, h, kPanel);
-        const Palette& pal = *png_.palette;
-        const float span = hi - lo;
-        const size_t stride = static_cast<size_t>(c.width) * 3;
-        for (int32_t y = 0; y < run_.size.height; ++y) {
-            const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width)];
-            uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-            for (int32_t x = 0; x < run_.size.width; ++x) {
-                Rgb colour = kInvalid;
-                if (std::isfinite(row[x])) {
-                    const float k = std::clamp((row[x] - lo) / span * 255.0f, 0.0f, 255.0f);
-                    colour = pal[static_cast<size_t>(std::lround(k))];
-                }
-                for (int32_t i = 0; i < s; ++i, out += 3) {
-                    out[0] = colour.r;
-                    out[1] = colour.g;
-                    out[2] = colour.b;
-                }
-            }
-            // The other rows of a scaled pixel repeat the first.
-            const uint8_t* first = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-            for (int32_t i = 1; i < s; ++i) {
-                std::memcpy(
-                    &c.rgb[(static_cast<size_t>(y) * static_cast<size_t>(s) + static_cast<size_t>(i)) *
-                           stride],
-                    first, static_cast<size_t>(w) * 3);
-            }
-        }
-        // The bar: hottest colour at the top.
-        const int32_t x0 = w + kBarGap;
-        const int32_t top = std::min(kBarMargin, h / 4);
-        const int32_t bottom = h - 1 - top;
-        for (int32_t y = top; y <= bottom; ++y) {
-            const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
-            c.fill(x0, y, kBarWidth, 1, pal[static_cast<size_t>(std::lround(k * 255.0))]);
-        }
-        const int32_t lx = x0 + kBarWidth + kLabelGap;
-        drawText(c, lx, top, label(hi), kLabel, fontScale);
-        drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
-        if (png_.markers && r.whole.count != 0) {
-            const int32_t arm = 3 * s + 2;
-            drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
-            drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
-        }
-        return c;
-    }
-
     std::string target_;
     const RunInfo& run_;
     PngOptions png_;
@@ -165,6 +149,24 @@ private:
 };
 
 }  // namespace
+
+Rendered renderFrame(const FrameResult& r, const RunInfo& run, const PngOptions& png) {
+    float lo = 0.0f, hi = 1.0f;
+    if (png.range) {
+        lo = png.range->first;
+        hi = png.range->second;
+    } else if (r.whole.count != 0) {
+        lo = r.whole.min;
+        hi = r.whole.max;
+    }
+    if (!(hi > lo)) {
+        lo -= 0.5f;
+        hi += 0.5f;
+    }
+    return Rendered{draw(r, run, png, lo, hi), "kalviro: CalType " + std::to_string(run.calType.calType) +
+                                                   ", frame " + std::to_string(r.index) + ", colours from " +
+                                                   label(lo) + " to " + label(hi)};
+}
 
 std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
                                       PendingFiles& files) {

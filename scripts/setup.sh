@@ -31,6 +31,15 @@ packages=(
     libpng-dev
     libtiff-dev
     nlohmann-json3-dev
+    libmpfr-dev
+    libavcodec-dev
+    libavformat-dev
+    libswscale-dev
+    libavutil-dev
+    libcpp-httplib-dev
+    chromium
+    chromium-driver
+    python3-selenium
     "$@"
 )
 
