@@ -27,6 +27,7 @@ packages=(
     python3-distributed
     python3-zarr
     python3-netcdf4
+    python3-tifffile
     libcli11-dev
     libpng-dev
     libtiff-dev

@@ -217,7 +217,9 @@ def open(
     chunks=None,
     threads: Optional[int] = None,
 ):
-    """A raw sequence file as an xarray.Dataset, read lazily (never whole).
+    """A raw sequence file, or a gray-value archive written by `kalviro
+    convert --counts` (a TIFF; needs tifffile), as an xarray.Dataset, read
+    lazily (never whole).
 
     Variables:
       temperature (frame, y, x) float32, degrees Celsius (units "degC"): bit
@@ -232,7 +234,7 @@ def open(
     library_version, source.
 
     width and height are the frames' size in pixels (a raw sequence holds
-    none), emissivity a fraction above 0 and at most 1, distance in metres
+    none; an archive knows it), emissivity a fraction above 0 and at most 1, distance in metres
     (None: 0; the block's field decides). chunks as for xarray.open_dataset:
     with {"frame": n} temperature and gray are Dask arrays whose tasks each
     convert n frames from a scanned state (kalviro.scan); None gives Dask

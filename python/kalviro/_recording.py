@@ -11,6 +11,7 @@ import dataclasses
 import math
 import os
 import struct
+import sys
 from typing import Optional, Tuple
 
 import numpy as np
@@ -71,12 +72,22 @@ class Recording:
     def __getstate__(self):
         return {k: v for k, v in self.__dict__.items() if k != "_fd"}
 
-    def _read(self, offset: int, count: int, what: str) -> bytes:
+    def _read(self, offset: int, count: int, what: str, into=None):
+        """count bytes at offset, as bytes or into a writable buffer."""
         fd = self.__dict__.get("_fd")
         if fd is None:
             fd = self._fd = os.open(self.path, os.O_RDONLY | getattr(os, "O_CLOEXEC", 0))
-        data = os.pread(fd, count, offset)
-        if len(data) != count:
+        if into is None:
+            data = os.pread(fd, count, offset)
+            got = len(data)
+        else:
+            data, got, view = into, 0, memoryview(into).cast("B")
+            while got < count:  # a regular file reads whole unless it ends
+                n = os.preadv(fd, [view[got:]], offset + got)
+                if n == 0:
+                    break
+                got += n
+        if got != count:
             raise OSError(
                 f"{self.path}: the file is shorter than when it was opened ({self.frames} frames of "
                 f"{self.frame_bytes} bytes): {what} cannot be read"
@@ -101,8 +112,119 @@ class Recording:
         """Rows y0..y1 of frame k's image, a new (y1 - y0, width) uint16 array."""
         y1 = self.height if y1 is None else y1
         row = 2 * self.width
-        data = self._read(k * self.frame_bytes + y0 * row, (y1 - y0) * row, f"frame {k}")
-        return np.frombuffer(bytearray(data), dtype="<u2").reshape(y1 - y0, self.width).astype(np.uint16, copy=False)
+        image = np.empty((y1 - y0, self.width), np.uint16)
+        if image.size:
+            self._read(k * self.frame_bytes + y0 * row, (y1 - y0) * row, f"frame {k}", image)
+        if sys.byteorder == "big":
+            image.byteswap(inplace=True)  # the file's values are little-endian
+        return image
+
+
+class CountsArchive:
+    """A gray-value archive written by `kalviro convert --counts`: a TIFF of
+    uint16 pages, each with its frame's block in tag 65432. Read with
+    tifffile, a page at a time."""
+
+    BLOCK_TAG = 65432
+
+    def __init__(self, path, width=None, height=None, frames: Optional[int] = None):
+        try:
+            import tifffile
+        except ImportError as error:
+            raise ImportError(
+                f"reading a --counts archive needs tifffile (Debian: python3-tifffile): {error}"
+            ) from error
+        self.path = os.fspath(path)
+        self._page, self._image = None, None
+        try:
+            pages = self._file().pages
+            count = len(pages)
+            shape = pages[0].shape if count else None
+        except Exception as error:  # tifffile's own errors, and what it lets through
+            self.close()
+            raise OSError(f"{self.path}: not a readable gray-value archive: {error}") from error
+        if count == 0:
+            self.close()
+            raise ValueError(f"{self.path}: the archive holds no frame")
+        if len(shape) != 2:
+            self.close()
+            raise ValueError(f"{self.path}: pages of shape {shape}, expected height x width gray values")
+        self.height, self.width = shape
+        if (width is not None and width != self.width) or (height is not None and height != self.height):
+            self.close()
+            raise ValueError(f"{self.path}: frames of {self.width} x {self.height}, not {width} x {height}")
+        if frames is not None and count < frames:
+            self.close()
+            raise OSError(f"{self.path}: the archive is shorter than when it was opened ({count} frames, not {frames})")
+        self.frames = count if frames is None else frames
+
+    def _file(self):
+        tif = self.__dict__.get("_tif")
+        if tif is None:
+            import tifffile
+
+            tif = self._tif = tifffile.TiffFile(self.path)
+        return tif
+
+    def __getstate__(self):
+        return {k: v for k, v in self.__dict__.items() if k not in ("_tif", "_page", "_image")}
+
+    def __setstate__(self, state):
+        self.__dict__.update(state, _page=None, _image=None)
+
+    def close(self):
+        tif = self.__dict__.pop("_tif", None)
+        if tif is not None:
+            tif.close()
+
+    def __del__(self):
+        self.close()
+
+    def _read(self, k: int, what: str):
+        try:
+            page = self._file().pages[k]
+            if what == "block":
+                tag = page.tags.get(self.BLOCK_TAG)
+                if tag is None:
+                    raise ValueError(f"{self.path}: page {k} holds no block: not an archive of kalviro convert --counts")
+                block = bytes(np.asarray(tag.value, np.uint8).tobytes()) if not isinstance(tag.value, bytes) else tag.value
+                if len(block) != BLOCK_SIZE:
+                    raise ValueError(f"{self.path}: page {k}'s block is {len(block)} bytes, not {BLOCK_SIZE}")
+                return bytearray(block)
+            if self._page != k:
+                image = page.asarray()
+                if image.shape != (self.height, self.width) or image.dtype != np.uint16:
+                    raise ValueError(f"{self.path}: page {k} is {image.shape} {image.dtype}, not the first page's")
+                self._page, self._image = k, image
+            return self._image
+        except ValueError:
+            raise
+        except Exception as error:
+            raise OSError(f"{self.path}: frame {k} cannot be read: {error}") from error
+
+    def block(self, k: int) -> bytearray:
+        return self._read(k, "block")
+
+    def first_gray(self, k: int) -> int:
+        return int(self._read(k, "image")[0, 0])
+
+    def rows(self, k: int, y0: int = 0, y1: Optional[int] = None) -> np.ndarray:
+        return np.array(self._read(k, "image")[y0 : self.height if y1 is None else y1], np.uint16)
+
+
+def is_archive(path) -> bool:
+    """A TIFF (classic or BigTIFF), by its first bytes."""
+    with open(path, "rb") as f:
+        return f.read(4) in (b"II*\0", b"MM\0*", b"II+\0", b"MM\0+")
+
+
+def open_recording(path, width=None, height=None, frames: Optional[int] = None):
+    """A raw sequence file (width and height needed) or a --counts archive."""
+    if is_archive(path):
+        return CountsArchive(path, width, height, frames)
+    if width is None or height is None:
+        raise TypeError(f"{os.fspath(path)}: a raw sequence holds no frame size: give width and height")
+    return Recording(path, width, height, frames)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -127,8 +249,8 @@ class Scan:
     states: Tuple[bytes, ...]
     blocks: Optional[np.ndarray] = dataclasses.field(default=None, repr=False, compare=False)
 
-    def _recording(self) -> Recording:
-        return Recording(self.path, self.width, self.height, self.frames)
+    def _recording(self):
+        return open_recording(self.path, self.width, self.height, self.frames)
 
     def camera(self, frame: int, recording: Optional[Recording] = None):
         """A Camera ready to convert frame `frame` (0 <= frame <= frames)."""
@@ -183,7 +305,7 @@ class Scan:
         return out
 
 
-def scan(path, caltype: int, width: int, height: int, emissivity=None, distance=None, every: int = DEFAULT_EVERY,
+def scan(path, caltype: int, width: Optional[int] = None, height: Optional[int] = None, emissivity=None, distance=None, every: int = DEFAULT_EVERY,
          keep_blocks: bool = True) -> Scan:
     """Runs the per-frame calls of a raw sequence file over its blocks only
     (512 bytes and one gray value a frame, microseconds each) and returns a
@@ -191,7 +313,9 @@ def scan(path, caltype: int, width: int, height: int, emissivity=None, distance=
     chunk of frames then converts on its own, bit for bit as a sequential
     run (Camera.convert_sequence) would give it.
 
-    width and height are the frames' size in pixels, emissivity a fraction
+    path is a raw sequence file or a gray-value archive written by
+    `kalviro convert --counts` (a TIFF, read with tifffile). width and
+    height are the frames' size in pixels (an archive knows it), emissivity a fraction
     above 0 and at most 1 (DEFAULT_EMISSIVITY when None), distance in metres
     (the block's field decides; 0 when None). Raises ValueError for a bad
     argument or a file that is not a whole number of frames, OSError for a
@@ -207,7 +331,7 @@ def scan(path, caltype: int, width: int, height: int, emissivity=None, distance=
     if every < 1:
         raise ValueError(f"every: expected 1 or more frames between kept states, got {every}")
     cam = Camera(caltype)
-    rec = Recording(path, width, height)
+    rec = open_recording(path, width, height)
     try:
         blocks = np.empty((rec.frames, BLOCK_SIZE), np.uint8) if keep_blocks else None
         states = []

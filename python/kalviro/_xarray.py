@@ -14,7 +14,7 @@ from xarray.core import indexing
 
 from . import _kalviro
 from ._fields import rows_of
-from ._recording import Recording, Scan, scan
+from ._recording import Scan, open_recording, scan
 
 # Above this many bytes of temperatures a recording opens as Dask chunks of
 # about CHUNK_BYTES each when Dask is installed, unless chunks is given.
@@ -64,7 +64,14 @@ class _FramesArray(BackendArray):
                         data[i] = rec.rows(int(k), lo, hi)
                 finally:
                     rec.close()
-        data = data[np.searchsorted(order, frames)][:, rows - lo][:, :, xkey]
+        # Index only where the key asks for more than the frames and rows read,
+        # in order: each indexing copies the whole result.
+        if not np.array_equal(frames, order):
+            data = data[np.searchsorted(order, frames)]
+        if not np.array_equal(rows, np.arange(lo, hi)):
+            data = data[:, rows - lo]
+        if not (isinstance(xkey, slice) and xkey == slice(None)):
+            data = data[:, :, xkey]
         if drop_row:
             data = data[:, 0]
         return data[0] if drop_frame else data
@@ -129,8 +136,6 @@ class KalviroBackend(BackendEntrypoint):
                      emissivity=None, distance=None, every=None, threads=None):
         if caltype is None:
             raise TypeError("kalviro: a recording needs its caltype")
-        if width is None or height is None:
-            raise TypeError("kalviro: a raw sequence holds no frame size: give width and height")
         s = scan(filename_or_obj, caltype, width, height, emissivity, distance, every or 64)
         ds = dataset_of(s, threads or 1)
         return ds.drop_vars(drop_variables or [], errors="ignore")
@@ -140,12 +145,13 @@ class KalviroBackend(BackendEntrypoint):
 
 
 def open_recording(path, caltype, width, height, emissivity, distance, chunks, threads):
-    frame_bytes = 4 * width * height if width and height else 0
-    if chunks is None and width and height:
+    if chunks is None:
         try:
-            Recording(path, width, height)
-            big = os.path.getsize(path) // (2 * width * height + 512) * frame_bytes > DASK_ABOVE
-        except (OSError, ValueError):
+            rec = open_recording(path, width, height)
+            frame_bytes = 4 * rec.width * rec.height
+            big = rec.frames * frame_bytes > DASK_ABOVE
+            rec.close()
+        except (OSError, ValueError, TypeError):
             big = False  # open_dataset says what is wrong
         if big:
             try:

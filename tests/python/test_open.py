@@ -2,6 +2,8 @@
 temperatures are the bits of a camera converting the file in order, and of
 the per-pixel entry, however they are indexed or chunked."""
 
+import re
+
 import numpy as np
 import pytest
 
@@ -90,3 +92,50 @@ def test_xarray_engine(tmp_path):
     path = write_recording(tmp_path / "rec.raw", 21, frames=3)
     ds = xr.open_dataset(path, engine=KalviroBackend, caltype=21, width=W, height=H)
     assert np.array_equal(bits(ds.temperature.values), sequential(path, 21))
+
+
+def _archive(tmp_path, raw):
+    """The command's --counts archive of a raw recording."""
+    import os
+    import subprocess
+
+    cli = os.environ.get("KALVIRO_CLI")
+    if not cli:
+        pytest.skip("KALVIRO_CLI names no kalviro command (CTest sets it when the command is built)")
+    pytest.importorskip("tifffile")
+    out = tmp_path / "counts.tiff"
+    subprocess.run([cli, "convert", str(raw), "--size", f"{W}x{H}", "--caltype", "121", "--counts", "-q",
+                    "-o", str(out)], check=True, capture_output=True, timeout=60)
+    return out
+
+
+def test_a_counts_archive_opens_as_its_raw_recording(tmp_path):
+    raw = write_recording(tmp_path / "rec.raw", 121, frames=9)
+    archive = _archive(tmp_path, raw)
+    want = kalviro.open(raw, 121, W, H, emissivity=0.9)
+    for chunks in (None, {"frame": 4}):
+        got = kalviro.open(archive, 121, emissivity=0.9, chunks=chunks)
+        assert np.array_equal(bits(got.temperature.values), sequential(raw, 121, 0.9))
+        assert np.array_equal(bits(got.temperature[::-2, 3:5, 1].values), sequential(raw, 121, 0.9)[::-2, 3:5, 1])
+        assert np.array_equal(got.gray.values, want.gray.values)
+        assert np.array_equal(got.tempCH1.values, want.tempCH1.values)
+    s = kalviro.scan(archive, 121, emissivity=0.9, every=3)
+    assert np.array_equal(bits(s.convert(4, 9)), sequential(raw, 121, 0.9)[4:9])
+
+
+ARCHIVE_ERRORS = [
+    ("size differs", dict(width=W + 1), ValueError, f"frames of {W} x {H}, not {W + 1} x None"),
+    ("raw without size", dict(raw=True, width=None), TypeError, "give width and height"),
+    ("truncated", dict(cut=300), OSError, "counts.tiff"),
+]
+
+
+@pytest.mark.parametrize("kwargs, error, expected", [e[1:] for e in ARCHIVE_ERRORS], ids=[e[0] for e in ARCHIVE_ERRORS])
+def test_archive_refusals(tmp_path, kwargs, error, expected):
+    raw = write_recording(tmp_path / "rec.raw", 121, frames=3)
+    archive = _archive(tmp_path, raw)
+    if "cut" in kwargs:
+        archive.write_bytes(archive.read_bytes()[: kwargs["cut"]])
+    path = raw if kwargs.get("raw") else archive
+    with pytest.raises(error, match=re.escape(expected)):
+        kalviro.open(path, 121, kwargs.get("width"), None).temperature.values
