@@ -10,6 +10,7 @@ from __future__ import annotations
 import dataclasses
 import math
 import os
+import stat
 import struct
 import sys
 from typing import Optional, Tuple
@@ -53,7 +54,10 @@ class Recording:
         self.width, self.height = frame_size(width, height)
         self.image_bytes = 2 * self.width * self.height
         self.frame_bytes = self.image_bytes + BLOCK_SIZE
-        size = os.stat(self.path).st_size
+        st = os.stat(self.path)
+        if not stat.S_ISREG(st.st_mode):  # a FIFO or device: no size to take frames from
+            raise ValueError(f"{self.path}: not a regular file")
+        size = st.st_size
         if frames is not None:  # read again: the frames it had
             self.frames = frames
             if size < frames * self.frame_bytes:
@@ -220,6 +224,8 @@ def is_archive(path) -> bool:
 
 def open_recording(path, width=None, height=None, frames: Optional[int] = None):
     """A raw sequence file (width and height needed) or a --counts archive."""
+    if not stat.S_ISREG(os.stat(path).st_mode):  # a FIFO would block the reads, a device never end
+        raise ValueError(f"{os.fspath(path)}: not a regular file")
     if is_archive(path):
         return CountsArchive(path, width, height, frames)
     if width is None or height is None:

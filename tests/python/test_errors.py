@@ -53,6 +53,7 @@ CASES = [
     ("frame empty", lambda c, b: kalviro.split_frame(bytes(512), 0, 0), ValueError, "1 or more"),
     ("frames of no pixel", lambda c, b: kalviro.read_frames(__file__, 0, 0), ValueError, "1 or more"),
     ("frames of no row", lambda c, b: kalviro.read_frames(__file__, 5, 0), ValueError, "1 or more"),
+    ("frames of a folder", lambda c, b: kalviro.read_frames(os.path.dirname(__file__), W, H), ValueError, "regular"),
     ("emissivity 95", lambda c, b: c.convert(IMAGE, b, 95), ValueError, "emissivity 95"),
     ("emissivity 0", lambda c, b: c.init(1000, b, 0.0), ValueError, "above 0 and at most 1"),
     ("emissivity negative", lambda c, b: c.once(1000, b, -0.5), ValueError, "emissivity -0.5"),

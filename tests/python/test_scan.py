@@ -1,6 +1,8 @@
 """kalviro.scan: the camera's state before every K-th frame from the blocks
 alone; any chunk then converts on its own to the sequential bits."""
 
+import os
+
 import numpy as np
 import pytest
 
@@ -39,6 +41,8 @@ SCAN_ERRORS = [
     ("CalType", dict(caltype=53), ValueError, "53"),
     ("size", dict(width=W + 1), ValueError, "not a whole number"),
     ("missing", dict(path="nowhere.raw"), FileNotFoundError, "nowhere.raw"),
+    ("folder", dict(path="."), ValueError, "not a regular file"),
+    ("fifo", dict(path="fifo"), ValueError, "not a regular file"),
 ]
 
 
@@ -46,5 +50,8 @@ SCAN_ERRORS = [
 def test_scan_refuses(tmp_path, kwargs, error, expected):
     args = dict(path=write_recording(tmp_path / "rec.raw", 21, frames=2), caltype=21, width=W, height=H)
     args.update(kwargs)
+    if args["path"] == "fifo":
+        os.mkfifo(tmp_path / "fifo")
+        args["path"] = tmp_path / "fifo"
     with pytest.raises(error, match=expected):
         kalviro.scan(**args)
