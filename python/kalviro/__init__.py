@@ -29,7 +29,7 @@ except ImportError as _error:
         f"(Debian: apt-get install python3-numpy; else: {os.path.basename(sys.executable)} -m pip install numpy)"
     ) from _error
 
-from . import _kalviro
+from . import _archive, _kalviro
 from ._fields import FIELD_UNITS, read_fields
 from ._recording import Recording, Scan, check_emissivity, frame_size, scan
 from ._kalviro import DEFAULT_EMISSIVITY, __version__, version
@@ -67,7 +67,6 @@ class CalTypeInfo(NamedTuple):
     """What a CalType offers."""
 
     caltype: int
-    converts: bool  # every CalType of the list converts
     family: str  # "direct" or "ladder"
     layout: str  # "base" or "long": where the words at 0x134 and 0x138 lie
     has_get_it: bool  # Camera.get_it gives a number, not None
@@ -120,17 +119,25 @@ def split_frame(buffer, width: int, height: int) -> Tuple[Image, npt.NDArray[np.
     return image, data[image_bytes:]
 
 
-def read_frames(path: Union[str, os.PathLike], width: int, height: int) -> Iterator[Tuple[Image, bytearray]]:
+def read_frames(
+    path: Union[str, os.PathLike], width: Optional[int] = None, height: Optional[int] = None
+) -> Iterator[Tuple[Image, bytearray]]:
     """The frames of a raw sequence file, one after another, as (image,
     block): the image a new height x width uint16 array, the block a
     bytearray that the per-frame call may write into without changing the
-    file.
+    file. A gray-value archive (a TIFF that `kalviro convert --counts`
+    wrote) reads the same, its size taken from the file; a raw file needs
+    width and height.
 
     The frames are those the file holds when this is called, read one at a
     time. Raises ValueError for a width or height below 1 or a file that is
     not a whole number of frames, OSError when the file cannot be read or
     shrinks while it is read.
     """
+    if _archive.is_archive(path):
+        return _archive.read_archive(path, width, height)
+    if width is None or height is None:
+        raise TypeError(f"read_frames: a raw file ({os.fspath(path)}) needs width and height")
     rec = Recording(path, width, height)
     return _frames(rec)
 
@@ -201,8 +208,8 @@ under another raises ValueError.
         threads > 1 shares each frame among that many threads.
         """
         if isinstance(frames, (str, os.PathLike)):
-            if width is None or height is None:
-                raise TypeError("convert_sequence: a path needs width and height")
+            if (width is None or height is None) and not _archive.is_archive(frames):
+                raise TypeError("convert_sequence: a raw file needs width and height")
             frames = read_frames(frames, width, height)
         return (self.convert(image, block, emissivity, distance, threads=threads) for image, block in frames)
 

@@ -18,6 +18,7 @@ from typing import Optional, Tuple
 import numpy as np
 
 from . import _kalviro
+from ._archive import BLOCK_TAG, is_archive
 
 BLOCK_SIZE = 512
 # How often a scan keeps the camera's state unless told: a chunk of frames
@@ -129,8 +130,6 @@ class CountsArchive:
     uint16 pages, each with its frame's block in tag 65432. Read with
     tifffile, a page at a time."""
 
-    BLOCK_TAG = 65432
-
     def __init__(self, path, width=None, height=None, frames: Optional[int] = None):
         try:
             import tifffile
@@ -188,7 +187,7 @@ class CountsArchive:
         try:
             page = self._file().pages[k]
             if what == "block":
-                tag = page.tags.get(self.BLOCK_TAG)
+                tag = page.tags.get(BLOCK_TAG)
                 if tag is None:
                     raise ValueError(f"{self.path}: page {k} holds no block: not an archive of kalviro convert --counts")
                 block = bytes(np.asarray(tag.value, np.uint8).tobytes()) if not isinstance(tag.value, bytes) else tag.value
@@ -214,12 +213,6 @@ class CountsArchive:
 
     def rows(self, k: int, y0: int = 0, y1: Optional[int] = None) -> np.ndarray:
         return np.array(self._read(k, "image")[y0 : self.height if y1 is None else y1], np.uint16)
-
-
-def is_archive(path) -> bool:
-    """A TIFF (classic or BigTIFF), by its first bytes."""
-    with open(path, "rb") as f:
-        return f.read(4) in (b"II*\0", b"MM\0*", b"II+\0", b"MM\0+")
 
 
 def open_recording(path, width=None, height=None, frames: Optional[int] = None):
