@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "frame_size.hpp"
+#include "kalviro.hpp"
 
 namespace kalviro::cli {
-
-constexpr float kDefaultEmissivity = 0.95f;
 
 struct ListOptions {
     bool json = false;

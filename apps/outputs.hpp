@@ -28,7 +28,7 @@ struct RunInfo {
     std::string source;
     FrameSize size;
     CalTypeInfo calType{};
-    float emissivity = 0.95f;
+    float emissivity = kDefaultEmissivity;
     std::optional<double> distance;  // metres, when it overrides the block's
     std::vector<Region> regions;
     std::vector<Spot> spots;

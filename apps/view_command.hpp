@@ -8,13 +8,15 @@
 #include <optional>
 #include <string>
 
+#include "kalviro.hpp"
+
 namespace kalviro::cli {
 
 struct ViewOptions {
     std::string file;
     int32_t calType = 0;
     std::optional<std::string> size;
-    double emissivity = 0.95;
+    double emissivity = kDefaultEmissivity;
     std::optional<double> distance;
     int32_t port = 0;  // 0: a free one
     bool noBrowser = false;

@@ -458,6 +458,29 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
         kept.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
         FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                    "a kept Camera's whole frame differs from its per-pixel calls");
+
+        // Saved statics (a pickled camera, a scanned state of a Dask task)
+        // loaded into a fresh camera convert as the kept one, and take the
+        // next per-frame call to the same bits and writes.
+        unsigned char state[kalviro::Camera::kStateSize];
+        kept.saveState(state);
+        kalviro::Camera loaded(in.calType);
+        loaded.loadState(state);
+        loaded.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
+        FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+                   "a Camera of loaded statics converts otherwise than the one saved");
+        kalviro::Camera keptCopy = kept;
+        TempFrameInfo viaKept, viaLoaded;
+        std::memcpy(&viaKept, raw, sizeof viaKept);
+        std::memcpy(&viaLoaded, raw, sizeof viaLoaded);
+        const float a = keptCopy.init(in.pixels[0], &viaKept, in.emissivity, in.distance);
+        const float b = loaded.init(in.pixels[0], &viaLoaded, in.emissivity, in.distance);
+        FUZZ_CHECK(bitsOf(a) == bitsOf(b) && std::memcmp(&viaKept, &viaLoaded, sizeof viaKept) == 0,
+                   "the per-frame call after loaded statics differs");
+        // Any bytes load without harm: the block's as statics.
+        loaded.loadState(raw);
+        loaded.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
+        loaded.real(in.gray, block, in.emissivity, in.distance);
     }
     checkUnchanged(before, raw, "a reading Camera call", in.calType);
 }

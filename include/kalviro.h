@@ -310,6 +310,21 @@ KALVIRO_API int32_t kalviro_camera_convert_frame(const kalviro_camera *cam, cons
                                                  float distance, float *out, KalviroFrameTable *table,
                                                  int32_t threads);
 
+/* A camera's statics as KALVIRO_CAMERA_STATE_SIZE bytes, to keep a camera or
+ * carry it to another process (a byte-wise copy of the camera holds
+ * addresses valid in this process only). kalviro_camera_save writes them;
+ * kalviro_camera_load puts them into a camera of the same CalType, which then
+ * converts as the saved one would. The bytes are the statics as this library
+ * lays them out in memory, which kalviro_camera_state_layout() names (a
+ * revision, the host's byte order, the size in use): load only bytes saved
+ * under the same text. Any bytes load without harm, but bytes saved elsewhere
+ * give meaningless temperatures. Both return 0, or -1 with nothing written
+ * for a null argument. */
+#define KALVIRO_CAMERA_STATE_SIZE 512
+KALVIRO_API const char *kalviro_camera_state_layout(void);
+KALVIRO_API int32_t kalviro_camera_save(const kalviro_camera *cam, uint8_t *state);
+KALVIRO_API int32_t kalviro_camera_load(kalviro_camera *cam, const uint8_t *state);
+
 /* The vector set the whole-frame conversion runs on: "avx512" (16 lanes),
  * "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). The widest this
  * processor runs, unless the environment variable KALVIRO_LANES, read on the

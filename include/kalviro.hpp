@@ -34,6 +34,10 @@ struct CalTypeInfo {
 #define KALVIRO_FAMILY_LADDER4 ::kalviro::Family::Ladder4
 #define KALVIRO_INFO(nn, layout, hasIT, family) \
     CalTypeInfo{nn, KALVIRO_LAYOUT_##layout, hasIT != 0, KALVIRO_FAMILY_##family},
+// The emissivity the command and the Python package take when none is given:
+// a typical painted, oxidised or organic surface.
+inline constexpr float kDefaultEmissivity = 0.95f;
+
 // All CalTypes of the list, ascending; every one converts.
 inline constexpr CalTypeInfo kCalTypes[KALVIRO_CALTYPE_COUNT] = {KALVIRO_CALTYPES(KALVIRO_INFO)};
 #undef KALVIRO_INFO
@@ -98,6 +102,16 @@ public:
     // Room for the statics; their layout is the library's own.
     static constexpr std::size_t kStateSize = 512;
     static constexpr std::size_t kStateAlign = 8;
+
+    // The statics as kStateSize bytes, to keep a camera or carry it to
+    // another process (a copy of the object holds addresses of this one).
+    // Loaded into a camera of the same CalType, on a library whose
+    // stateLayout() is the same text, they make it convert as the saved one
+    // would. kalviro_camera_save and kalviro_camera_load in C.
+    void saveState(unsigned char* out) const noexcept;
+    void loadState(const unsigned char* in) noexcept;
+    // The statics' layout: its revision, the host's byte order, their size.
+    static const char* stateLayout() noexcept;
 
 private:
     friend struct CameraAccess;

@@ -19,6 +19,15 @@ packages=(
     pybind11-dev
     python3-numpy
     python3-pytest
+    python3-venv
+    python3-pip
+    python3-skbuild
+    python3-xarray
+    python3-dask
+    python3-distributed
+    python3-zarr
+    python3-netcdf4
+    python3-tifffile
     libcli11-dev
     libpng-dev
     libtiff-dev

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "block_builder.hpp"
@@ -175,6 +176,41 @@ TEST(HandleFailures, NullHandleUnknownCalTypeAndNullArguments) {
     EXPECT_EQ(
         kalviro_camera_convert_frame(cam.get(), b.info(), nullptr, 0, 0.95f, 0.0f, nullptr, table.get(), 1),
         0);
+}
+
+// Statics saved after frame k and loaded into a fresh handle continue the
+// sequence as the camera that kept them; null arguments write nothing.
+TEST(HandleState, SavedStaticsContinueTheSequence) {
+    const std::string layout = kalviro_camera_state_layout();
+    EXPECT_NE(layout.find(std::to_string(sizeof(CalState))), std::string::npos) << layout;
+    for (int32_t calType : {21, 22, 121, 134}) {
+        const Handle kept = create(calType), fresh = create(calType);
+        ASSERT_NE(kept, nullptr);
+        test::Block first = frameBlock(false, 0);
+        kalviro_camera_gray2temp_init(kept.get(), 1500, first.info(), 0.95f, 0.0f);
+        uint8_t state[KALVIRO_CAMERA_STATE_SIZE];
+        ASSERT_EQ(kalviro_camera_save(kept.get(), state), 0);
+        ASSERT_EQ(kalviro_camera_load(fresh.get(), state), 0);
+        for (int k = 1; k < 4; ++k) {
+            test::Block a = frameBlock(k % 2 == 1, k), b = frameBlock(k % 2 == 1, k);
+            const float ta = kalviro_camera_gray2temp_init(kept.get(), 1500 + 40 * k, a.info(), 0.9f, 0.0f);
+            const float tb = kalviro_camera_gray2temp_init(fresh.get(), 1500 + 40 * k, b.info(), 0.9f, 0.0f);
+            EXPECT_TRUE(sameBits(ta, tb)) << calType << " frame " << k;
+            EXPECT_EQ(a.snapshot(), b.snapshot());
+            for (int32_t gray : {700, 2100, 9000}) {
+                EXPECT_TRUE(sameBits(kalviro_camera_gray2temp_real(kept.get(), gray, a.info(), 0.9f, 0.0f),
+                                     kalviro_camera_gray2temp_real(fresh.get(), gray, b.info(), 0.9f, 0.0f)))
+                    << calType << " frame " << k << " gray " << gray;
+            }
+        }
+        uint8_t untouched[KALVIRO_CAMERA_STATE_SIZE];
+        std::memset(untouched, 0x77, sizeof untouched);
+        EXPECT_EQ(kalviro_camera_save(nullptr, untouched), -1);
+        EXPECT_EQ(kalviro_camera_save(kept.get(), nullptr), -1);
+        EXPECT_EQ(kalviro_camera_load(nullptr, state), -1);
+        EXPECT_EQ(kalviro_camera_load(kept.get(), nullptr), -1);
+        for (uint8_t byte : untouched) ASSERT_EQ(byte, 0x77);
+    }
 }
 
 }  // namespace

@@ -31,21 +31,33 @@ int32_t converting(int32_t calType) {
     return calType;
 }
 
+// Refused as the command refuses it: the library takes any float, and gives
+// nonsense (about -21474836 degrees) for an emissivity of 95.
+void checkEmissivity(float e) {
+    if (!(std::isfinite(e) && e > 0.0f && e <= 1.0f)) {
+        throw py::value_error("bad emissivity " + py::str(py::float_(e)).cast<std::string>() +
+                              ": expected a number above 0 and at most 1");
+    }
+}
+
 }  // namespace
 
 PyCamera::PyCamera(int32_t calType) : camera_(converting(calType)) {}
 
 float PyCamera::init(int32_t gray, py::handle block, float emissivity, float distance) {
+    checkEmissivity(emissivity);
     BlockView b(block, true);
     return locked([&] { return camera_.init(gray, b.info(), emissivity, distance); });
 }
 
 float PyCamera::real(int32_t gray, py::handle block, float emissivity, float distance) {
+    checkEmissivity(emissivity);
     BlockView b(block, false);
     return locked([&] { return camera_.real(gray, b.info(), emissivity, distance); });
 }
 
 float PyCamera::once(int32_t gray, py::handle block, float emissivity, float distance) {
+    checkEmissivity(emissivity);
     BlockView b(block, true);
     return locked([&] { return camera_.once(gray, b.info(), emissivity, distance); });
 }
@@ -73,6 +85,7 @@ py::dict PyCamera::tempPara(py::handle block) {
 
 int32_t PyCamera::temp2gray(py::handle block, double temp, double tempMin, double tempMax, int32_t grayMin,
                             int32_t grayMax, float emissivity) {
+    checkEmissivity(emissivity);
     BlockView b(block, false);
     const int32_t target = hundredths(temp, "temp");
     const int32_t low = hundredths(tempMin, "temp_min");
@@ -83,6 +96,17 @@ int32_t PyCamera::temp2gray(py::handle block, double temp, double tempMin, doubl
 
 py::array PyCamera::convert(py::handle image, py::handle block, float emissivity, float distance,
                             py::handle out, int32_t threads) {
+    return convertWith(nullptr, image, block, emissivity, distance, out, threads);
+}
+
+py::array PyCamera::convertPart(int32_t gray, py::handle image, py::handle block, float emissivity,
+                                float distance, py::handle out, int32_t threads) {
+    return convertWith(&gray, image, block, emissivity, distance, out, threads);
+}
+
+py::array PyCamera::convertWith(const int32_t* gray, py::handle image, py::handle block, float emissivity,
+                                float distance, py::handle out, int32_t threads) {
+    checkEmissivity(emissivity);
     const ImageView img(image);
     const BlockView b(block, true);
     const OutView to(out, img, b);
@@ -91,11 +115,26 @@ py::array PyCamera::convert(py::handle image, py::handle block, float emissivity
         std::lock_guard<std::mutex> lock(mutex_);
         if (!table_) table_ = std::make_unique<KalviroFrameTable>();
         const uint16_t* pixels = img.pixels(scratch_);
-        const int32_t first = img.count() != 0 ? pixels[0] : 0;
+        const int32_t first = gray ? *gray : img.count() != 0 ? pixels[0] : 0;
         camera_.init(first, b.info(), emissivity, distance);
         camera_.realFrame(pixels, img.count(), b.info(), emissivity, distance, to.data(), *table_, threads);
     }
     return to.array();
+}
+
+py::bytes PyCamera::state() {
+    unsigned char bytes[Camera::kStateSize];
+    locked([&] { camera_.saveState(bytes); });
+    return py::bytes(reinterpret_cast<const char*>(bytes), sizeof bytes);
+}
+
+void PyCamera::loadState(py::bytes state) {
+    const std::string bytes = state;
+    if (bytes.size() != Camera::kStateSize) {
+        throw py::value_error("camera state: expected " + std::to_string(Camera::kStateSize) +
+                              " bytes, got " + std::to_string(bytes.size()));
+    }
+    locked([&] { camera_.loadState(reinterpret_cast<const unsigned char*>(bytes.data())); });
 }
 
 void bindCamera(py::module_& m) {
@@ -103,7 +142,9 @@ void bindCamera(py::module_& m) {
     py::class_<PyCamera>(m, "Camera", R"(A camera on one CalType, with its own statics.
 
 Camera(caltype) raises ValueError for a CalType that does not convert.
-Temperatures are degrees, emissivity a fraction (1.0: a perfect radiator),
+Temperatures are degrees Celsius, emissivity a fraction above 0 and at most 1
+(1.0: a perfect radiator; 0.95 when not given, as in the command; others
+raise ValueError),
 distance metres (the block's distance field decides; the argument has no
 effect). A block is 512 bytes: bytes, bytearray, memoryview or a uint8
 array; calls that run the per-frame stage write fields back into it and need
@@ -112,12 +153,15 @@ it writable.)")
         .def_property_readonly("caltype", &PyCamera::calType, "The CalType number.")
         .def("__repr__",
              [](const PyCamera& c) { return "kalviro.Camera(" + std::to_string(c.calType()) + ")"; })
-        .def("init", &PyCamera::init, "gray"_a, "block"_a, "emissivity"_a = 1.0f, "distance"_a = 0.0f,
+        .def("init", &PyCamera::init, "gray"_a, "block"_a,
+             py::arg_v("emissivity", kDefaultEmissivity, "0.95"), "distance"_a = 0.0f,
              "The per-frame call: rebuilds the statics from the block, writes fields back, returns the "
              "temperature of gray.")
-        .def("real", &PyCamera::real, "gray"_a, "block"_a, "emissivity"_a = 1.0f, "distance"_a = 0.0f,
+        .def("real", &PyCamera::real, "gray"_a, "block"_a,
+             py::arg_v("emissivity", kDefaultEmissivity, "0.95"), "distance"_a = 0.0f,
              "The per-pixel call on the statics of the last per-frame call; writes nothing.")
-        .def("once", &PyCamera::once, "gray"_a, "block"_a, "emissivity"_a = 1.0f, "distance"_a = 0.0f,
+        .def("once", &PyCamera::once, "gray"_a, "block"_a,
+             py::arg_v("emissivity", kDefaultEmissivity, "0.95"), "distance"_a = 0.0f,
              "The per-frame then the per-pixel call, for one spot.")
         .def("get_it", &PyCamera::getIT, "block"_a,
              "GetITValue of the block, or None for a CalType without one (12, 22, 60, 61, 62).")
@@ -126,17 +170,23 @@ it writable.)")
              "words of the block (hundredths of a metre and of a degree), and the 81 bytes of paraBlob "
              "(zero in the base layout).")
         .def("temp2gray", &PyCamera::temp2gray, "block"_a, "temp"_a, "temp_min"_a, "temp_max"_a, "gray_min"_a,
-             "gray_max"_a, "emissivity"_a = 1.0f,
+             "gray_max"_a, py::arg_v("emissivity", kDefaultEmissivity, "0.95"),
              "The gray value whose per-pixel temperature is within 0.20 degrees of temp, searched on the "
              "scale from (temp_min, gray_min) to (temp_max, gray_max); temperatures in degrees, rounded "
              "to hundredths. Needs the per-frame call for this block first.")
-        .def("convert", &PyCamera::convert, "image"_a, "block"_a, "emissivity"_a = 1.0f, "distance"_a = 0.0f,
-             "out"_a = py::none(), "threads"_a = 1,
+        .def("convert", &PyCamera::convert, "image"_a, "block"_a,
+             py::arg_v("emissivity", kDefaultEmissivity, "0.95"), "distance"_a = 0.0f, "out"_a = py::none(),
+             "threads"_a = 1,
              "Converts a frame: the per-frame call with the image's first pixel, which writes its fields "
              "back into block, then every pixel of the 2-D uint16 image (any strides) through the "
              "whole-frame table. Returns a new float32 array of the image's shape, or fills out (float32, "
              "C-contiguous, that shape) and returns it. threads > 1 shares the frame with the library's "
-             "workers (the same bits). The GIL is released meanwhile.");
+             "workers (the same bits). The GIL is released meanwhile.")
+        .def("_convert_part", &PyCamera::convertPart, "gray"_a, "image"_a, "block"_a, "emissivity"_a,
+             "distance"_a, "out"_a = py::none(), "threads"_a = 1)
+        .def("_state", &PyCamera::state)
+        .def("_load_state", &PyCamera::loadState, "state"_a)
+        .def_static("_state_layout", &Camera::stateLayout);
 }
 
 }  // namespace kalviro::binding

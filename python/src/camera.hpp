@@ -33,8 +33,19 @@ public:
     // through the whole-frame table.
     py::array convert(py::handle image, py::handle block, float emissivity, float distance, py::handle out,
                       int32_t threads);
+    // The same with the per-frame call on `gray`, the first pixel of the
+    // whole frame when image is a part of it: the part's pixels convert to
+    // the bits the whole frame gives them.
+    py::array convertPart(int32_t gray, py::handle image, py::handle block, float emissivity, float distance,
+                          py::handle out, int32_t threads);
+    // The statics as bytes, and back (kalviro_camera_save and _load).
+    py::bytes state();
+    void loadState(py::bytes state);
 
 private:
+    py::array convertWith(const int32_t* gray, py::handle image, py::handle block, float emissivity,
+                          float distance, py::handle out, int32_t threads);
+
     // Runs f holding the lock. Whoever waits for the lock has let the GIL go,
     // so a conversion running without the GIL can always finish.
     template <typename F>

@@ -4,6 +4,7 @@
 #include <pybind11/stl.h>
 
 #include <chrono>
+#include <cstdio>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -94,6 +95,10 @@ PYBIND11_MODULE(_kalviro, m) {
     using namespace kalviro::binding;
     m.doc() = "kalviro's C++ API for Python; use the kalviro package.";
     m.attr("__version__") = KALVIRO_VERSION_TEXT;
+    // The float nearest the default's six digits (0.95), as Python spells it.
+    char emissivity[32];
+    std::snprintf(emissivity, sizeof emissivity, "%.6g", static_cast<double>(kalviro::kDefaultEmissivity));
+    m.attr("DEFAULT_EMISSIVITY") = std::stod(emissivity);
     m.def("version", &version, "The library's version text, e.g. 'V_0.0.29'.");
     m.def("_caltypes", &calTypes);
     m.def("_block_bytes", &blockBytes, "block"_a);

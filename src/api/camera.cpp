@@ -1,3 +1,4 @@
+#include <cstring>
 #include <new>
 #include <type_traits>
 
@@ -66,6 +67,24 @@ void Camera::realFrame(const uint16_t* pixels, uint64_t count, const TempFrameIn
     if (m == nullptr || !frameArgumentsUsable(block, pixels, count, out)) return;
     convertFrame(*m, CameraAccess::state(*this), block, pixels, count, emissivity, distance, out, table,
                  threads);
+}
+
+// The statics travel as they lie in memory: a change of CalState must change
+// this text, so bytes of another layout are refused by whoever checks it.
+static_assert(sizeof(CalState) == 372, "the statics changed: raise the revision in stateLayout()");
+static_assert(Camera::kStateSize == KALVIRO_CAMERA_STATE_SIZE, "the saved state is the camera's room");
+
+void Camera::saveState(unsigned char* out) const noexcept { std::memcpy(out, state_, kStateSize); }
+
+// CalState is trivially copyable: its bytes may be written over it.
+void Camera::loadState(const unsigned char* in) noexcept { std::memcpy(state_, in, kStateSize); }
+
+const char* Camera::stateLayout() noexcept {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return "statics r1 big-endian 372";
+#else
+    return "statics r1 little-endian 372";
+#endif
 }
 
 }  // namespace kalviro

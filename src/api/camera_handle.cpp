@@ -93,4 +93,18 @@ int32_t kalviro_camera_convert_frame(const kalviro_camera* cam, const TempFrameI
     return 0;
 }
 
+const char* kalviro_camera_state_layout(void) { return kalviro::Camera::stateLayout(); }
+
+int32_t kalviro_camera_save(const kalviro_camera* cam, uint8_t* state) {
+    if (cam == nullptr || state == nullptr) return -1;
+    cam->cam.saveState(state);
+    return 0;
+}
+
+int32_t kalviro_camera_load(kalviro_camera* cam, const uint8_t* state) {
+    if (cam == nullptr || state == nullptr) return -1;
+    cam->cam.loadState(state);
+    return 0;
+}
+
 }  // extern "C"
