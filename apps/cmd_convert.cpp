@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "alarms.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
 #include "convert_run.hpp"
@@ -117,7 +118,7 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
 
 }  // namespace
 
-void runConvert(const ConvertOptions& given) {
+int runConvert(const ConvertOptions& given) {
     ConvertOptions o = given;
     std::unique_ptr<FrameSource> source;
     if (o.demo) {
@@ -145,7 +146,7 @@ void runConvert(const ConvertOptions& given) {
     png.palette = findPalette(o.palette);
     if (png.palette == nullptr)
         throw Failure("unknown palette '" + o.palette + "'; palettes: " + paletteNames());
-    if (o.range) png.range = parseRange(*o.range);
+    if (o.range && o.range->rfind("auto", 0) != 0) png.range = parseRange(*o.range);
     png.markers = !o.noMarkers;
     if (o.scale < 1 || o.scale > 16)
         throw Failure("bad scale " + std::to_string(o.scale) + ": expected 1 to 16");
@@ -164,13 +165,12 @@ void runConvert(const ConvertOptions& given) {
     run.distance = distance;
     run.totalFrames = source->frameCount();
     run.sequence = !run.totalFrames || *run.totalFrames > 1;
-    for (size_t i = 0; i < o.regions.size(); ++i) {
-        run.regions.push_back(parseRegion(o.regions[i], i + 1));
-        requireInside(run.regions.back(), run.size);
-    }
-    for (const std::string& text : o.spots) {
-        run.spots.push_back(parseSpot(text));
-        requireInside(run.spots.back(), run.size);
+    prepareAnalysis(o, run);
+    preparePicture(o, run, png);
+    std::vector<Alarm> alarms;
+    for (const std::string& text : o.analysis.alarms) {
+        alarms.push_back(parseAlarm(text));
+        resolveAlarm(alarms.back(), run.shapes);
     }
 
     PendingFiles files(o.force);
@@ -181,13 +181,22 @@ void runConvert(const ConvertOptions& given) {
     }
     std::vector<std::unique_ptr<Output>> outputs;
     for (const std::string& target : o.outputs) outputs.push_back(makeOutput(target, run, png, files));
+    AlarmOutput* alarmOutput = nullptr;
+    if (!alarms.empty()) {
+        auto a = std::make_unique<AlarmOutput>(run, std::move(alarms));
+        alarmOutput = a.get();
+        outputs.push_back(std::move(a));
+    }
     const unsigned threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
 
     const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
     for (const auto& out : outputs) out->finish();
+    const bool alarmed = alarmOutput != nullptr && alarmOutput->held();
     outputs.clear();
     const std::vector<std::string> written = files.commit();
-    if (!o.quiet) printSummary(run, summary, written);
+    // With alarms, standard output carries their lines alone.
+    if (!o.quiet && alarmOutput == nullptr) printSummary(run, summary, written);
+    return alarmed ? 3 : 0;
 }
 
 }  // namespace kalviro::cli

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis_options.hpp"
 #include "frame_size.hpp"
 
 namespace kalviro::cli {
@@ -44,6 +45,7 @@ struct ConvertOptions {
     bool force = false;
     bool demo = false;
     bool quiet = false;
+    AnalysisOptions analysis;
 };
 
 struct SynthOptions {
@@ -70,7 +72,8 @@ struct Temp2GrayOptions {
 
 void runList(const ListOptions& o);
 void runInfo(const InfoOptions& o);
-void runConvert(const ConvertOptions& o);
+// 0, or 3 when an --alarm held on some frame.
+int runConvert(const ConvertOptions& o);
 void runSynth(const SynthOptions& o);
 void runTemp2Gray(const Temp2GrayOptions& o);
 

@@ -61,12 +61,18 @@ int main(int argc, char** argv) {
         ->add_option("-o,--output", conv.outputs, "output, by extension: .csv .tiff .png .json; repeatable")
         ->allow_extra_args(false);
     convCmd->add_option("--palette", conv.palette, "PNG palette: " + paletteNames())->capture_default_str();
-    convCmd->add_option("--range", conv.range, "PNG colours fixed from LO to HI degrees, LO:HI");
+    convCmd->add_option("--range", conv.range,
+                        "PNG colours fixed from LO to HI, LO:HI; auto:P1:P2 from those percentiles of each "
+                        "frame");
     convCmd->add_flag("--no-markers", conv.noMarkers, "PNG without the hottest and coldest markers");
     convCmd->add_option("--scale", conv.scale, "PNG pixels per frame pixel")->capture_default_str();
-    convCmd->add_option("--roi", conv.regions, "region [name=]x,y,w,h for statistics; repeatable")
+    convCmd
+        ->add_option("--roi", conv.regions,
+                     "rectangle [name=]x,y,w,h for statistics; :e=E gives it its own emissivity; repeatable")
         ->allow_extra_args(false);
-    convCmd->add_option("--spot", conv.spots, "temperature at x,y; repeatable")->allow_extra_args(false);
+    convCmd->add_option("--spot", conv.spots, "temperature at [name=]x,y[:e=E]; repeatable")
+        ->allow_extra_args(false);
+    addAnalysisOptions(convCmd, conv.analysis);
     convCmd->add_option("-j,--threads", conv.threads, "threads for a sequence; default one per core");
     convCmd->add_flag("--force", conv.force, "replace existing outputs");
     convCmd->add_flag("--demo", conv.demo, "convert a built-in synthetic frame into demo.png and demo.json");
@@ -102,10 +108,11 @@ int main(int argc, char** argv) {
         return 2;
     }
     removePendingOnSignal();
+    int status = 0;
     try {
         if (listCmd->parsed()) runList(list);
         if (infoCmd->parsed()) runInfo(info);
-        if (convCmd->parsed()) runConvert(conv);
+        if (convCmd->parsed()) status = runConvert(conv);
         if (synthCmd->parsed()) runSynth(synth);
         if (t2gCmd->parsed()) runTemp2Gray(t2g);
     } catch (const Failure& e) {
@@ -118,5 +125,5 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;
     }
-    return 0;
+    return status;
 }

@@ -86,6 +86,7 @@ nlohmann::ordered_json frameSettingsJson(const RunInfo& run, const FrameResult& 
     j["calType"] = run.calType.calType;
     j["layout"] = layoutName(run.calType.layout);
     j["emissivity"] = shortestDouble(run.emissivity);
+    j["unit"] = unitName(run.unit);
     j["distanceOverride"] =
         run.distance ? nlohmann::ordered_json(*run.distance) : nlohmann::ordered_json(nullptr);
     j["block"] = blockJson(blockBytes(r.settings), run.calType.layout);

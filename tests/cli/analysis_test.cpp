@@ -1,0 +1,438 @@
+// Regions of every shape, per-region emissivity, units, --set and alarms,
+// driven through the built command and checked against plain computations
+// over the float TIFF it writes.
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+constexpr int kW = 160, kH = 120;
+
+struct Result {
+    int code = -1;
+    std::string out, err;
+};
+
+std::string slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Float pages of a TIFF, with their descriptions.
+struct Page {
+    std::vector<float> t;
+    std::string description;
+    float at(int x, int y) const { return t[static_cast<size_t>(y) * kW + static_cast<size_t>(x)]; }
+};
+
+std::vector<Page> readPages(const fs::path& p) {
+    std::vector<Page> pages;
+    TIFF* tif = TIFFOpen(p.c_str(), "r");
+    if (tif == nullptr) return pages;
+    do {
+        Page page;
+        uint32_t w = 0, h = 0;
+        char* desc = nullptr;
+        TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &w);
+        TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &h);
+        if (TIFFGetField(tif, TIFFTAG_IMAGEDESCRIPTION, &desc)) page.description = desc;
+        page.t.resize(static_cast<size_t>(w) * h);
+        for (uint32_t y = 0; y < h; ++y) TIFFReadScanline(tif, &page.t[static_cast<size_t>(y) * w], y);
+        pages.push_back(std::move(page));
+    } while (TIFFReadDirectory(tif));
+    TIFFClose(tif);
+    return pages;
+}
+
+bool sameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+double hundredths(double v) { return std::round(v * 100.0) / 100.0; }
+
+class Analysis : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+        std::string name = std::string(info->test_suite_name()) + "." + info->name();
+        std::replace(name.begin(), name.end(), '/', '_');
+        dir_ = fs::path(KALVIRO_CLI_WORK) / name;
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+    }
+
+    Result run(const std::string& args) const {
+        const std::string cmd =
+            "cd '" + dir_.string() + "' && '" KALVIRO_CLI "' " + args + " >stdout.txt 2>stderr.txt";
+        const int status = std::system(cmd.c_str());
+        Result r;
+        r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        r.out = slurp(dir_ / "stdout.txt");
+        r.err = slurp(dir_ / "stderr.txt");
+        fs::remove(dir_ / "stdout.txt");
+        fs::remove(dir_ / "stderr.txt");
+        return r;
+    }
+
+    Result ok(const std::string& args) const {
+        Result r = run(args);
+        EXPECT_EQ(r.code, 0) << "kalviro " << args << "\n" << r.err;
+        return r;
+    }
+
+    fs::path path(const std::string& name) const { return dir_ / name; }
+
+    fs::path dir_;
+};
+
+// Membership by the definitions, written with divisions and a plain ray
+// cast rather than the command's multiplied-out forms.
+bool inEllipse(int x, int y, double cx, double cy, double rx, double ry) {
+    const double u = (x + 0.5 - cx) / rx, v = (y + 0.5 - cy) / ry;
+    return u * u + v * v <= 1.0;
+}
+
+bool inPolygon(int x, int y, const std::vector<double>& p) {
+    const double px = x + 0.5, py = y + 0.5;
+    bool inside = false;
+    const size_t n = p.size() / 2;
+    for (size_t i = 0; i < n; ++i) {
+        const size_t j = (i + 1) % n;
+        const double ax = p[2 * i], ay = p[2 * i + 1], bx = p[2 * j], by = p[2 * j + 1];
+        if ((ay <= py) == (by <= py)) continue;
+        const double crossX = ax + (py - ay) / (by - ay) * (bx - ax);
+        if (px < crossX) inside = !inside;
+    }
+    return inside;
+}
+
+// Whether the segment between two pixel centres passes through the inside
+// of pixel (x, y)'s square, by clipping it to the square.
+bool segmentCrosses(int x, int y, int x1, int y1, int x2, int y2) {
+    const double ax = x1 + 0.5, ay = y1 + 0.5, dx = x2 - x1, dy = y2 - y1;
+    double t0 = 0.0, t1 = 1.0;
+    const auto clip = [&](double p, double q) {  // p t <= q
+        if (p == 0.0) return q >= 0.0;
+        const double r = q / p;
+        if (p < 0.0)
+            t0 = std::max(t0, r);
+        else
+            t1 = std::min(t1, r);
+        return true;
+    };
+    if (!clip(-dx, ax - x) || !clip(dx, x + 1 - ax) || !clip(-dy, ay - y) || !clip(dy, y + 1 - ay))
+        return false;
+    return t0 < t1;
+}
+
+struct Plain {
+    size_t count = 0;
+    double min = INFINITY, max = -INFINITY, mean = 0.0;
+};
+
+template <class Inside>
+Plain plainStats(const Page& page, Inside inside) {
+    Plain s;
+    double sum = 0.0;
+    for (int y = 0; y < kH; ++y) {
+        for (int x = 0; x < kW; ++x) {
+            if (!inside(x, y)) continue;
+            const double t = page.at(x, y);
+            s.min = std::min(s.min, t);
+            s.max = std::max(s.max, t);
+            sum += t;
+            ++s.count;
+        }
+    }
+    s.mean = sum / static_cast<double>(s.count);
+    return s;
+}
+
+void expectStats(const json& region, const Plain& p, const std::string& what) {
+    EXPECT_EQ(region["pixels"].get<size_t>(), p.count) << what;
+    EXPECT_NEAR(region["min"].get<double>(), hundredths(p.min), 1e-9) << what;
+    EXPECT_NEAR(region["max"].get<double>(), hundredths(p.max), 1e-9) << what;
+    EXPECT_NEAR(region["mean"].get<double>(), p.mean, 0.0006) << what;
+    // The histogram holds every pixel once.
+    uint64_t total = 0;
+    for (const auto& c : region["histogram"]["counts"]) total += c.get<uint64_t>();
+    EXPECT_EQ(total, p.count) << what;
+}
+
+TEST_F(Analysis, ShapesAgreeWithPlainComputationsOverTheTiff) {
+    ok("synth --caltype 21 --size 160x120 --frames 2 --scene person -o p.raw");
+    const std::vector<double> poly = {10.2, 10.3, 70.4, 15.1, 40.3, 30.2, 75.6, 55.7, 12.1, 50.9};
+    ok("convert p.raw --caltype 21 --ellipse face=80,60,20,10 --ellipse 30.3,90.1,12.7,6.2 "
+       "--polygon panel=10.2,10.3,70.4,15.1,40.3,30.2,75.6,55.7,12.1,50.9 --line cut=3,100,150,7 "
+       "--line 5,5,5,40 --bins 16 -o p.tiff -o p.json");
+    const auto pages = readPages(path("p.tiff"));
+    const json report = json::parse(slurp(path("p.json")));
+    ASSERT_EQ(pages.size(), 2u);
+    ASSERT_EQ(report["frames"].size(), 2u);
+    for (size_t k = 0; k < 2; ++k) {
+        const json& f = report["frames"][k];
+        const json& rois = f["rois"];
+        ASSERT_EQ(rois.size(), 5u);
+        EXPECT_EQ(rois[0]["name"], "face");
+        EXPECT_EQ(rois[0]["kind"], "ellipse");
+        expectStats(rois[0],
+                    plainStats(pages[k], [](int x, int y) { return inEllipse(x, y, 80, 60, 20, 10); }),
+                    "face");
+        EXPECT_EQ(rois[1]["name"], "ellipse2");
+        expectStats(rois[1],
+                    plainStats(pages[k], [](int x, int y) { return inEllipse(x, y, 30.3, 90.1, 12.7, 6.2); }),
+                    "ellipse2");
+        EXPECT_EQ(rois[2]["kind"], "polygon");
+        expectStats(rois[2], plainStats(pages[k], [&](int x, int y) { return inPolygon(x, y, poly); }),
+                    "panel");
+        // The frame's histogram: 16 bins holding every pixel.
+        ASSERT_EQ(f["histogram"]["counts"].size(), 16u);
+        uint64_t total = 0;
+        for (const auto& c : f["histogram"]["counts"]) total += c.get<uint64_t>();
+        EXPECT_EQ(total, static_cast<uint64_t>(kW * kH));
+        // Lines: the pixels the segment crosses, each once, in order from
+        // the first end, with their temperatures.
+        const int ends[2][4] = {{3, 100, 150, 7}, {5, 5, 5, 40}};
+        for (int l = 0; l < 2; ++l) {
+            const json& line = rois[3 + l];
+            EXPECT_EQ(line["kind"], "line");
+            const int* e = ends[l];
+            const json& pathJ = line["path"];
+            const json& profile = line["profile"];
+            ASSERT_EQ(pathJ.size(), profile.size());
+            size_t crossed = 0;
+            for (int y = 0; y < kH; ++y)
+                for (int x = 0; x < kW; ++x) crossed += segmentCrosses(x, y, e[0], e[1], e[2], e[3]);
+            ASSERT_EQ(pathJ.size(), crossed);
+            EXPECT_EQ(pathJ.front(), json({e[0], e[1]}));
+            EXPECT_EQ(pathJ.back(), json({e[2], e[3]}));
+            for (size_t i = 0; i < pathJ.size(); ++i) {
+                const int x = pathJ[i][0], y = pathJ[i][1];
+                EXPECT_TRUE(segmentCrosses(x, y, e[0], e[1], e[2], e[3])) << x << "," << y;
+                if (i > 0) {
+                    const int px = pathJ[i - 1][0], py = pathJ[i - 1][1];
+                    EXPECT_EQ(std::max(std::abs(x - px), std::abs(y - py)), 1) << "step " << i;
+                }
+                EXPECT_NEAR(profile[i].get<double>(), hundredths(pages[k].at(x, y)), 1e-9);
+            }
+        }
+        EXPECT_EQ(rois[3]["name"], "cut");
+        EXPECT_EQ(rois[4]["path"].size(), 36u);
+    }
+}
+
+// A region's own emissivity gives its pixels exactly what a whole frame at
+// that emissivity gives them; where regions overlap, the last one given
+// wins; every other pixel is the run's. With a CalType that carries state
+// from frame to frame, over a threaded sequence.
+TEST_F(Analysis, RegionEmissivityIsTheWholeFrameAtIt) {
+    ok("synth --caltype 50 --size 160x120 --frames 3 --scene hotspot -o h.raw");
+    const std::vector<double> poly = {60.5, 20.5, 130.2, 30.7, 100.1, 90.3};
+    ok("convert h.raw --caltype 50 -e 0.95 -j 2 --ellipse hot=90,50,40,30:e=0.8 "
+       "--polygon 60.5,20.5,130.2,30.7,100.1,90.3:e=0.7 --spot s=3,3:e=0.8 --roi 150,100,5,5:e=0.95 "
+       "-o mix.tiff -o mix.json");
+    for (const std::string e : {"0.95", "0.8", "0.7"})
+        ok("convert h.raw --caltype 50 -e " + e + " -o " + e + ".tiff");
+    const auto mix = readPages(path("mix.tiff"));
+    const auto base = readPages(path("0.95.tiff")), e80 = readPages(path("0.8.tiff")),
+               e70 = readPages(path("0.7.tiff"));
+    ASSERT_EQ(mix.size(), 3u);
+    ASSERT_EQ(base.size(), 3u);
+    size_t counts[3] = {0, 0, 0};
+    for (size_t k = 0; k < 3; ++k) {
+        for (int y = 0; y < kH; ++y) {
+            for (int x = 0; x < kW; ++x) {
+                const Page* want = &base[k];
+                if ((x == 3 && y == 3) || inEllipse(x, y, 90, 50, 40, 30)) want = &e80[k];
+                if (inPolygon(x, y, poly)) want = &e70[k];
+                counts[want == &base[k] ? 0 : want == &e80[k] ? 1 : 2]++;
+                ASSERT_TRUE(sameBits(mix[k].at(x, y), want->at(x, y)))
+                    << "frame " << k << " at " << x << "," << y;
+            }
+        }
+        // The emissivities make a difference where they apply.
+        EXPECT_NE(base[k].at(90, 50), e80[k].at(90, 50));
+    }
+    EXPECT_GT(counts[1], 1000u);
+    EXPECT_GT(counts[2], 1000u);
+    const json report = json::parse(slurp(path("mix.json")));
+    EXPECT_EQ(report["frames"][0]["rois"][0]["emissivity"], 0.8);
+    EXPECT_NEAR(report["frames"][1]["spots"][0]["t"].get<double>(), hundredths(e80[1].at(3, 3)), 1e-9);
+}
+
+// Kelvin and Fahrenheit are the Celsius float computed in double and rounded
+// once; every output names its unit.
+TEST_F(Analysis, UnitsConvertEveryOutput) {
+    ok("synth --caltype 21 --size 160x120 --scene person -o p.raw");
+    ok("convert p.raw --caltype 21 -o c.tiff");
+    ok("convert p.raw --caltype 21 --unit K --spot 7,7 -o k.tiff -o k.json");
+    ok("convert p.raw --caltype 21 --unit F -o f.tiff");
+    const auto c = readPages(path("c.tiff")), k = readPages(path("k.tiff")), f = readPages(path("f.tiff"));
+    ASSERT_EQ(c.size(), 1u);
+    ASSERT_EQ(k.size(), 1u);
+    ASSERT_EQ(f.size(), 1u);
+    for (size_t i = 0; i < c[0].t.size(); ++i) {
+        const double t = c[0].t[i];
+        ASSERT_TRUE(sameBits(k[0].t[i], static_cast<float>(t + 273.15))) << i;
+        ASSERT_TRUE(sameBits(f[0].t[i], static_cast<float>(1.8 * t + 32.0))) << i;
+    }
+    EXPECT_EQ(json::parse(c[0].description)["unit"], "degrees Celsius");
+    EXPECT_EQ(json::parse(k[0].description)["unit"], "kelvin");
+    EXPECT_EQ(json::parse(f[0].description)["unit"], "degrees Fahrenheit");
+    const json report = json::parse(slurp(path("k.json")));
+    EXPECT_EQ(report["unit"], "kelvin");
+    EXPECT_NEAR(report["frames"][0]["spots"][0]["t"].get<double>(), hundredths(k[0].at(7, 7)), 1e-9);
+}
+
+// --set writes the field as a hand-edited block would hold it.
+TEST_F(Analysis, SetEqualsABlockEditedByHand) {
+    ok("synth --caltype 50 --size 160x120 --frames 2 -o a.raw");
+    std::string raw = slurp(path("a.raw"));
+    const size_t frameBytes = kW * kH * 2 + 512;
+    ASSERT_EQ(raw.size(), 2 * frameBytes);
+    for (size_t k = 0; k < 2; ++k) {
+        uint8_t* block = reinterpret_cast<uint8_t*>(&raw[k * frameBytes + kW * kH * 2]);
+        const auto put = [&](size_t at, int32_t v) {
+            for (int b = 0; b < 4; ++b)
+                block[at + b] = static_cast<uint8_t>(static_cast<uint32_t>(v) >> (8 * b));
+        };
+        put(0x104, 45);   // humidity, percent
+        put(0x0f0, 350);  // distance, hundredths of a metre
+    }
+    std::ofstream(path("edited.raw"), std::ios::binary) << raw;
+    ok("convert a.raw --caltype 50 --set humidity=45 --set distance=3.5 -o set.tiff -o set.json");
+    ok("convert edited.raw --caltype 50 -o edited.tiff");
+    ok("convert a.raw --caltype 50 -o plain.tiff");
+    const auto set = readPages(path("set.tiff")), edited = readPages(path("edited.tiff")),
+               plain = readPages(path("plain.tiff"));
+    ASSERT_EQ(set.size(), 2u);
+    ASSERT_EQ(edited.size(), 2u);
+    size_t changed = 0;
+    for (size_t k = 0; k < 2; ++k) {
+        for (size_t i = 0; i < set[k].t.size(); ++i) {
+            ASSERT_TRUE(sameBits(set[k].t[i], edited[k].t[i])) << k << " " << i;
+            changed += !sameBits(set[k].t[i], plain[k].t[i]);
+        }
+    }
+    EXPECT_GT(changed, 0u);
+    EXPECT_EQ(json::parse(slurp(path("set.json")))["set"], json({{"humidity", 45.0}, {"distance", 3.5}}));
+}
+
+// An alarm prints a JSON line for each frame where it holds and makes the
+// exit status 3; the frames' own maxima, read from the TIFF, say which.
+TEST_F(Analysis, AlarmsPrintALineAFrameAndExitThree) {
+    ok("synth --caltype 21 --size 160x120 --frames 4 --scene hotspot -o h.raw");
+    ok("convert h.raw --caltype 21 -o h.tiff");
+    const auto pages = readPages(path("h.tiff"));
+    ASSERT_EQ(pages.size(), 4u);
+    std::vector<float> maxima;
+    for (const Page& p : pages) maxima.push_back(*std::max_element(p.t.begin(), p.t.end()));
+    std::vector<float> sorted = maxima;
+    std::sort(sorted.begin(), sorted.end());
+    ASSERT_LT(sorted[1], sorted[2]);
+    const double threshold = (static_cast<double>(sorted[1]) + sorted[2]) / 2;
+    char arg[64];
+    std::snprintf(arg, sizeof arg, "'max>%.4f'", threshold);
+    const std::string alarms = std::string(" --alarm ") + arg + " --spot cold=2,2 --alarm 'cold<-200'";
+    for (const std::string input : {"h.raw", "- --size 160x120 < h.raw"}) {
+        const Result r = run("convert " + input + " --caltype 21" + alarms);
+        EXPECT_EQ(r.code, 3) << r.err;
+        std::istringstream lines(r.out);
+        std::string line;
+        std::vector<int> frames;
+        while (std::getline(lines, line)) {
+            const json j = json::parse(line);
+            EXPECT_EQ(j["name"], "frame");
+            EXPECT_EQ(j["statistic"], "max");
+            EXPECT_NEAR(j["threshold"].get<double>(), threshold, 1e-4);
+            const int k = j["frame"];
+            // The float itself, in its shortest decimal.
+            EXPECT_TRUE(sameBits(j["value"].get<float>(), maxima[static_cast<size_t>(k)]));
+            EXPECT_TRUE(j["upTime"].is_number());
+            EXPECT_EQ(j["input"], input == "h.raw" ? "h.raw" : "<stdin>");
+            frames.push_back(k);
+        }
+        std::vector<int> want;
+        for (int k = 0; k < 4; ++k)
+            if (maxima[static_cast<size_t>(k)] > threshold) want.push_back(k);
+        EXPECT_EQ(frames, want);
+    }
+    // None holds: exit 0, nothing on standard output.
+    const Result quiet =
+        run("convert h.raw --caltype 21 --spot cold=2,2 --alarm 'cold<-200' --alarm 'cold.max>9'");
+    EXPECT_NE(quiet.code, 0);  // a spot has no statistics
+    const Result none =
+        run("convert h.raw --caltype 21 --spot cold=2,2 --alarm 'cold<-200' --alarm 'mean>=1000'");
+    EXPECT_EQ(none.code, 0) << none.err;
+    EXPECT_EQ(none.out, "");
+}
+
+// Hostile arguments: one line on standard error, a non-zero exit, nothing
+// written.
+struct Bad {
+    const char* name;
+    const char* args;
+};
+
+void PrintTo(const Bad& c, std::ostream* os) { *os << c.name; }
+
+class BadAnalysis : public Analysis, public ::testing::WithParamInterface<Bad> {};
+
+TEST_P(BadAnalysis, FailsWithOneLineAndWritesNothing) {
+    ok("synth --caltype 21 --size 160x120 -o one.raw");
+    const Result r =
+        run(std::string("convert one.raw --caltype 21 -o out.tiff -o out.json ") + GetParam().args);
+    EXPECT_NE(r.code, 0);
+    EXPECT_NE(r.code, 3);
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_EQ(r.err.rfind("kalviro: ", 0), 0u) << r.err;
+    EXPECT_FALSE(fs::exists(path("out.tiff")));
+    EXPECT_FALSE(fs::exists(path("out.json")));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator{}), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BadAnalysis,
+    ::testing::Values(
+        Bad{"EllipseOutside", "--ellipse 10,10,20,5"}, Bad{"EllipseZeroRadius", "--ellipse 50,50,0,5"},
+        Bad{"EllipseNan", "--ellipse 50,nan,5,5"}, Bad{"EllipseHuge", "--ellipse 1e300,5,5,5"},
+        Bad{"PolygonTwoCorners", "--polygon 1,1,20,20"}, Bad{"PolygonOddNumbers", "--polygon 1,1,20,20,5"},
+        Bad{"PolygonOutside", "--polygon 1,1,200,20,5,50"},
+        Bad{"PolygonNoPixel", "--polygon 1,1,1.2,1,1.1,1.3"}, Bad{"LineOutside", "--line 0,0,160,5"},
+        Bad{"LineNegative", "--line -1,0,10,5"}, Bad{"LineThreeNumbers", "--line 0,0,10"},
+        Bad{"EmptyName", "--roi =1,1,5,5"}, Bad{"NameFrame", "--ellipse frame=50,50,5,5"},
+        Bad{"DuplicateName", "--roi a=1,1,5,5 --ellipse a=50,50,5,5"},
+        Bad{"EmissivityZero", "--roi 1,1,5,5:e=0"}, Bad{"EmissivityAboveOne", "--spot 1,1:e=1.5"},
+        Bad{"EmissivityNan", "--ellipse 50,50,5,5:e=nan"}, Bad{"UnknownSuffix", "--ellipse 50,50,5,5:x=1"},
+        Bad{"BinsZero", "--bins 0"}, Bad{"BinsHuge", "--bins 100000000"}, Bad{"UnitR", "--unit R"},
+        Bad{"AlarmNoComparison", "--alarm max"}, Bad{"AlarmNoNumber", "--alarm 'max>'"},
+        Bad{"AlarmNanThreshold", "--alarm 'max>nan'"}, Bad{"AlarmUnknownName", "--alarm 'face.max>3'"},
+        Bad{"AlarmUnknownStatistic", "--roi face=1,1,5,5 --alarm 'face.median>3'"},
+        Bad{"AlarmRegionWithoutStatistic", "--roi face=1,1,5,5 --alarm 'face>3'"},
+        Bad{"AlarmFrameTemperature", "--alarm 'frame>3'"}, Bad{"SetUnknownField", "--set colour=3"},
+        Bad{"SetBlockFormulaField", "--set tempRange=1"}, Bad{"SetOutOfRange", "--set humidity=101"},
+        Bad{"SetNan", "--set humidity=nan"}, Bad{"SetFinerThanHeld", "--set distance=3.555"},
+        Bad{"SetTwice", "--set humidity=4 --set humidity=5"}, Bad{"SetNoValue", "--set humidity="},
+        Bad{"SetAndDistance", "--distance 3 --set distance=4"},
+        Bad{"RangeAutoReversed", "--range auto:90:10"}, Bad{"RangeAutoAbove100", "--range auto:1:101"},
+        Bad{"RangeAutoWord", "--range autox"}, Bad{"IsothermReversed", "--isotherm 40:30"},
+        Bad{"IsothermWord", "--isotherm hot"}),
+    [](const ::testing::TestParamInfo<Bad>& i) { return std::string(i.param.name); });
+
+}  // namespace
