@@ -12,6 +12,7 @@
 #include "canvas.hpp"
 #include "failure.hpp"
 #include "outputs.hpp"
+#include "picture.hpp"
 
 namespace kalviro::cli {
 
@@ -19,7 +20,6 @@ namespace {
 
 const Rgb kPanel{24, 24, 24};
 const Rgb kLabel{235, 235, 235};
-const Rgb kInvalid{255, 0, 255};
 // The bar's place right of the picture: a gap, the bar, a gap, the labels.
 constexpr int32_t kBarGap = 6;
 constexpr int32_t kBarWidth = 14;
@@ -68,12 +68,6 @@ void writePng(const std::string& path, const std::string& name, const Canvas& c,
     if (std::fclose(f) != 0) throw Failure("cannot write " + name + ": " + std::strerror(errno));
 }
 
-std::string label(float t) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%.2f*C", static_cast<double>(t));
-    return buf;
-}
-
 class PngOutput : public Output {
 public:
     PngOutput(std::string target, const RunInfo& run, const PngOptions& png, PendingFiles& files)
@@ -84,22 +78,11 @@ public:
     void frame(const FrameResult& r) override {
         const std::string name = numberedName(target_, r.index, run_);
         const std::string temp = files_.create(name);
-        float lo = 0.0f, hi = 1.0f;
-        if (png_.range) {
-            lo = png_.range->first;
-            hi = png_.range->second;
-        } else if (r.whole.count != 0) {
-            lo = r.whole.min;
-            hi = r.whole.max;
-        }
-        if (!(hi > lo)) {
-            lo -= 0.5f;
-            hi += 0.5f;
-        }
+        const auto [lo, hi] = colourRange(png_, r);
         const Canvas c = draw(r, lo, hi);
         const std::string comment = "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
                                     std::to_string(r.index) + ", colours from " + label(lo) + " to " +
-                                    label(hi);
+                                    label(hi) + ", " + unitName(run_.unit);
         writePng(temp, name, c, comment);
     }
 
@@ -112,32 +95,12 @@ private:
         const int32_t panel =
             kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
         Canvas c(w + panel, h, kPanel);
+        const Canvas picture = renderPicture(run_, png_, r, lo, hi);
         const Palette& pal = *png_.palette;
-        const float span = hi - lo;
-        const size_t stride = static_cast<size_t>(c.width) * 3;
-        for (int32_t y = 0; y < run_.size.height; ++y) {
-            const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run_.size.width)];
-            uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-            for (int32_t x = 0; x < run_.size.width; ++x) {
-                Rgb colour = kInvalid;
-                if (std::isfinite(row[x])) {
-                    const float k = std::clamp((row[x] - lo) / span * 255.0f, 0.0f, 255.0f);
-                    colour = pal[static_cast<size_t>(std::lround(k))];
-                }
-                for (int32_t i = 0; i < s; ++i, out += 3) {
-                    out[0] = colour.r;
-                    out[1] = colour.g;
-                    out[2] = colour.b;
-                }
-            }
-            // The other rows of a scaled pixel repeat the first.
-            const uint8_t* first = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-            for (int32_t i = 1; i < s; ++i) {
-                std::memcpy(
-                    &c.rgb[(static_cast<size_t>(y) * static_cast<size_t>(s) + static_cast<size_t>(i)) *
-                           stride],
-                    first, static_cast<size_t>(w) * 3);
-            }
+        for (int32_t y = 0; y < h; ++y) {
+            std::memcpy(&c.rgb[static_cast<size_t>(y) * static_cast<size_t>(c.width) * 3],
+                        &picture.rgb[static_cast<size_t>(y) * static_cast<size_t>(w) * 3],
+                        static_cast<size_t>(w) * 3);
         }
         // The bar: hottest colour at the top.
         const int32_t x0 = w + kBarGap;
@@ -145,18 +108,20 @@ private:
         const int32_t bottom = h - 1 - top;
         for (int32_t y = top; y <= bottom; ++y) {
             const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
-            c.fill(x0, y, kBarWidth, 1, pal[static_cast<size_t>(std::lround(k * 255.0))]);
+            Rgb colour = pal[static_cast<size_t>(std::lround(k * 255.0))];
+            // The isotherm band where the bar passes through it.
+            const double t = lo + k * (static_cast<double>(hi) - lo);
+            if (png_.isotherm && t >= png_.isotherm->first && t <= png_.isotherm->second)
+                colour = kIsothermColour;
+            c.fill(x0, y, kBarWidth, 1, colour);
         }
         const int32_t lx = x0 + kBarWidth + kLabelGap;
         drawText(c, lx, top, label(hi), kLabel, fontScale);
         drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
-        if (png_.markers && r.whole.count != 0) {
-            const int32_t arm = 3 * s + 2;
-            drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
-            drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
-        }
         return c;
     }
+
+    std::string label(float t) const { return temperatureLabel(t, run_.unit); }
 
     std::string target_;
     const RunInfo& run_;

@@ -2,6 +2,7 @@
 // driven through the built command and checked against plain computations
 // over the float TIFF it writes.
 #include <gtest/gtest.h>
+#include <png.h>
 #include <tiffio.h>
 
 #include <nlohmann/json.hpp>
@@ -381,6 +382,177 @@ TEST_F(Analysis, AlarmsPrintALineAFrameAndExitThree) {
         run("convert h.raw --caltype 21 --spot cold=2,2 --alarm 'cold<-200' --alarm 'mean>=1000'");
     EXPECT_EQ(none.code, 0) << none.err;
     EXPECT_EQ(none.out, "");
+}
+
+struct Image {
+    uint32_t width = 0, height = 0;
+    std::vector<uint8_t> rgb;
+    const uint8_t* at(uint32_t x, uint32_t y) const { return &rgb[(static_cast<size_t>(y) * width + x) * 3]; }
+    bool is(uint32_t x, uint32_t y, uint8_t r, uint8_t g, uint8_t b) const {
+        const uint8_t* p = at(x, y);
+        return p[0] == r && p[1] == g && p[2] == b;
+    }
+};
+
+Image readPng(const fs::path& p) {
+    Image out;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&image, p.c_str())) return out;
+    image.format = PNG_FORMAT_RGB;
+    out.rgb.resize(PNG_IMAGE_SIZE(image));
+    if (!png_image_finish_read(&image, nullptr, out.rgb.data(), 0, nullptr)) return out;
+    out.width = image.width;
+    out.height = image.height;
+    return out;
+}
+
+// Overlays draw inside the picture alone: the colour bar beside it is the
+// same with and without them, and the markers of extremes in the corners
+// are whole, each with both its diagonals or both its bars.
+TEST_F(Analysis, OverlaysStayInsideThePicture) {
+    ok("synth --caltype 21 --size 160x120 --scene gradient -o g.raw");
+    const std::string args =
+        "convert g.raw --caltype 21 --palette iron --scale 2 --roi edge=150,110,10,10 "
+        "--ellipse face=80,60,20,10 --polygon 150,0,160,0,160,20 --line 0,119,159,60 "
+        "--spot corner=159,0";
+    ok(args + " -o on.png");
+    ok(args + " --no-overlays -o off.png");
+    const Image on = readPng(path("on.png")), off = readPng(path("off.png"));
+    ASSERT_EQ(on.width, off.width);
+    ASSERT_EQ(on.height, 240u);
+    ASSERT_GT(on.width, 320u);
+    size_t changed = 0;
+    for (uint32_t y = 0; y < on.height; ++y) {
+        for (uint32_t x = 0; x < on.width; ++x) {
+            const bool same = std::memcmp(on.at(x, y), off.at(x, y), 3) == 0;
+            if (x >= 320) {
+                ASSERT_TRUE(same) << "drawn outside the picture at " << x << "," << y;
+            }
+            changed += !same;
+        }
+    }
+    EXPECT_GT(changed, 500u);
+    // The coldest pixel is the top left one, the hottest the bottom right:
+    // each marker's white arms reach as far in all four directions.
+    for (const bool coldest : {true, false}) {
+        std::vector<std::pair<int, int>> white;
+        // The corner's 20 x 20 pixels: the marker's, its value's label beside.
+        for (uint32_t y = 0; y < 20; ++y) {
+            for (uint32_t x = 0; x < 20; ++x) {
+                const uint32_t px = coldest ? x : 319 - x, py = coldest ? y : 239 - y;
+                if (on.is(px, py, 255, 255, 255) && !off.is(px, py, 255, 255, 255))
+                    white.emplace_back(px, py);
+            }
+        }
+        ASSERT_FALSE(white.empty());
+        int x0 = 9999, x1 = -1, y0 = 9999, y1 = -1;
+        for (const auto& [x, y] : white) {
+            x0 = std::min(x0, x), x1 = std::max(x1, x), y0 = std::min(y0, y), y1 = std::max(y1, y);
+        }
+        EXPECT_GE(x1 - x0, 12) << (coldest ? "coldest" : "hottest");
+        EXPECT_EQ(x1 - x0, y1 - y0) << (coldest ? "coldest" : "hottest");
+    }
+}
+
+// The isotherm band is painted in its colour, pixel for pixel as the TIFF
+// says; the other pixels keep the palette's.
+TEST_F(Analysis, IsothermPaintsItsBand) {
+    ok("synth --caltype 21 --size 160x120 --scene person -o p.raw");
+    ok("convert p.raw --caltype 21 -o p.tiff");
+    const auto pages = readPages(path("p.tiff"));
+    ASSERT_EQ(pages.size(), 1u);
+    std::vector<float> sorted = pages[0].t;
+    std::sort(sorted.begin(), sorted.end());
+    const float lo = sorted[sorted.size() * 6 / 10], hi = sorted[sorted.size() * 9 / 10];
+    ASSERT_LT(lo, hi);
+    char band[64];
+    std::snprintf(band, sizeof band, "%.9g:%.9g", static_cast<double>(lo), static_cast<double>(hi));
+    ok(std::string("convert p.raw --caltype 21 --palette whitehot --no-overlays --isotherm ") + band +
+       " -o i.png");
+    const Image image = readPng(path("i.png"));
+    ASSERT_EQ(image.height, 120u);
+    size_t painted = 0;
+    for (uint32_t y = 0; y < 120; ++y) {
+        for (uint32_t x = 0; x < 160; ++x) {
+            const float t = pages[0].at(static_cast<int>(x), static_cast<int>(y));
+            const bool inBand = t >= lo && t <= hi;
+            ASSERT_EQ(image.is(x, y, 0, 255, 0), inBand) << x << "," << y << " at " << t;
+            const uint8_t* p = image.at(x, y);
+            if (!inBand) {
+                EXPECT_TRUE(p[0] == p[1] && p[1] == p[2]) << "gray outside the band";
+            }
+            painted += inBand;
+        }
+    }
+    EXPECT_GT(painted, 1000u);
+}
+
+// --range auto:P1:P2 spans the colours between those percentiles of the
+// frame, by the nearest rank: the coldest P1 percent is black, the hottest
+// from P2 on white, the order of the rest kept; auto:0:100 is min-max.
+TEST_F(Analysis, RangeAutoSpansThePercentiles) {
+    ok("synth --caltype 21 --size 160x120 --scene room -o r.raw");
+    ok("convert r.raw --caltype 21 -o r.tiff");
+    ok("convert r.raw --caltype 21 --palette whitehot --no-overlays --range auto:5:95 -o auto.png");
+    ok("convert r.raw --caltype 21 --palette whitehot --no-overlays --range auto:0:100 -o all.png");
+    ok("convert r.raw --caltype 21 --palette whitehot --no-overlays -o minmax.png");
+    EXPECT_EQ(slurp(path("all.png")), slurp(path("minmax.png")));
+    const auto pages = readPages(path("r.tiff"));
+    ASSERT_EQ(pages.size(), 1u);
+    std::vector<float> sorted = pages[0].t;
+    std::sort(sorted.begin(), sorted.end());
+    const size_t n = sorted.size();
+    const float p5 = sorted[(5 * n + 99) / 100 - 1], p95 = sorted[(95 * n + 99) / 100 - 1];
+    const Image image = readPng(path("auto.png"));
+    ASSERT_EQ(image.height, 120u);
+    std::vector<std::pair<float, uint8_t>> byTemp;
+    for (uint32_t y = 0; y < 120; ++y) {
+        for (uint32_t x = 0; x < 160; ++x) {
+            const float t = pages[0].at(static_cast<int>(x), static_cast<int>(y));
+            const uint8_t v = image.at(x, y)[0];
+            if (t <= p5) {
+                ASSERT_EQ(v, 0) << x << "," << y;
+            }
+            if (t >= p95) {
+                ASSERT_EQ(v, 255) << x << "," << y;
+            }
+            byTemp.emplace_back(t, v);
+        }
+    }
+    std::sort(byTemp.begin(), byTemp.end());
+    for (size_t i = 1; i < byTemp.size(); ++i) ASSERT_LE(byTemp[i - 1].second, byTemp[i].second);
+    // Some gray between: the hot spot no longer flattens the scene.
+    EXPECT_GT(std::count_if(byTemp.begin(), byTemp.end(),
+                            [](const auto& p) { return p.second > 0 && p.second < 255; }),
+              static_cast<std::ptrdiff_t>(n / 2));
+}
+
+// The new palettes' ends, read off the colour bar (hottest at the top).
+TEST_F(Analysis, PalettesRunFromColdToHot) {
+    ok("synth --caltype 21 --size 160x120 -o one.raw");
+    struct Ends {
+        const char* palette;
+        bool (*top)(const uint8_t*);
+        bool (*bottom)(const uint8_t*);
+    };
+    const Ends cases[] = {
+        {"whitehot", [](const uint8_t* p) { return p[0] == 255 && p[1] == 255 && p[2] == 255; },
+         [](const uint8_t* p) { return p[0] == 0 && p[1] == 0 && p[2] == 0; }},
+        {"blackhot", [](const uint8_t* p) { return p[0] == 0 && p[1] == 0 && p[2] == 0; },
+         [](const uint8_t* p) { return p[0] == 255 && p[1] == 255 && p[2] == 255; }},
+        // Dark red above; blue just above the dark bottom.
+        {"turbo", [](const uint8_t* p) { return p[0] > 100 && p[1] < 40 && p[2] < 40; },
+         [](const uint8_t* p) { return p[2] > 200 && p[0] < 100 && p[1] < 150; }},
+    };
+    for (const Ends& e : cases) {
+        ok(std::string("convert one.raw --caltype 21 --palette ") + e.palette + " -o " + e.palette + ".png");
+        const Image image = readPng(path(std::string(e.palette) + ".png"));
+        ASSERT_EQ(image.height, 120u) << e.palette;
+        const uint32_t x = 160 + 6 + 7;  // the bar's middle column
+        EXPECT_TRUE(e.top(image.at(x, 4))) << e.palette;
+        EXPECT_TRUE(e.bottom(image.at(x, std::string(e.palette) == "turbo" ? 100 : 115))) << e.palette;
+    }
 }
 
 // Hostile arguments: one line on standard error, a non-zero exit, nothing
