@@ -23,6 +23,7 @@ packages=(
     libpng-dev
     libtiff-dev
     nlohmann-json3-dev
+    libmpfr-dev
     "$@"
 )
 

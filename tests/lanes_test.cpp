@@ -4,11 +4,8 @@
 // call, NaN included.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,72 +13,15 @@
 #include "api/module.hpp"
 #include "core/block.hpp"
 #include "kalviro.hpp"
+#include "vector_frames.hpp"
 
 namespace kalviro {
 namespace {
 
-struct VectorFrame {
-    int32_t calType;
-    std::array<uint8_t, 513> bytes;  // the block at an odd address
-    int32_t gray;
-    float emissivity, distance;
-};
+using test::bitsOf;
+using test::VectorFrame;
 
-float floatOfHex(const std::string& hex) {
-    const auto bits = static_cast<uint32_t>(std::stoul(hex, nullptr, 16));
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
-
-// The first frame of each CalType and tempRange in the vector files, with
-// the arguments of the per-frame call that follows it.
-std::vector<VectorFrame> loadFrames() {
-    std::vector<VectorFrame> frames;
-    std::vector<std::pair<int32_t, int32_t>> seen;  // CalType, tempRange
-    for (const char* name : {"direct_a.txt", "direct_b.txt", "ladder_a.txt", "ladder_b.txt"}) {
-        std::ifstream in(std::string(KALVIRO_VECTOR_DIR) + "/" + name);
-        std::string line, kind, hex;
-        int32_t calType = 0;
-        VectorFrame f{};
-        while (std::getline(in, line)) {
-            std::istringstream words(line);
-            words >> kind;
-            if (kind == "SEQ") {
-                words >> calType;
-            } else if (kind == "FRAME") {
-                words >> hex;
-                for (size_t i = 0; i < 512; ++i)
-                    f.bytes[i + 1] = static_cast<uint8_t>(std::stoul(hex.substr(2 * i, 2), nullptr, 16));
-            } else if (kind == "INIT" || kind == "ONCE") {
-                std::string e, d;
-                words >> f.gray >> e >> d;
-                f.calType = calType;
-                f.emissivity = floatOfHex(e);
-                f.distance = floatOfHex(d);
-                int32_t range;
-                std::memcpy(&range, f.bytes.data() + 1 + offsetof(TempFrameInfo, tempRange), 4);
-                const std::pair<int32_t, int32_t> key{calType, range < 2 || range > 5 ? 0 : range};
-                if (std::find(seen.begin(), seen.end(), key) == seen.end()) {
-                    seen.push_back(key);
-                    frames.push_back(f);
-                }
-            }
-        }
-    }
-    return frames;
-}
-
-const std::vector<VectorFrame>& frames() {
-    static const std::vector<VectorFrame> all = loadFrames();
-    return all;
-}
-
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
+const std::vector<VectorFrame>& frames() { return test::vectorFrames(); }
 
 // The first gray value whose result differs, or -1.
 int32_t firstDifference(const std::vector<float>& got, const std::vector<float>& want, int32_t first) {

@@ -9,6 +9,11 @@
 // mask picks one. That is exact as long as a side has no effect but its
 // value: float division by zero and NaN stay in the lanes that are dropped,
 // and the conversions to int clamp before they convert.
+//
+// Which of two NaN operands an operation returns depends on their order,
+// which the compiler picks freely for each kernel it builds: a result that
+// can be NaN goes through oneNaN, the one quiet NaN (positive, no payload),
+// so every width and the per-pixel call give the same bits.
 #pragma once
 
 #include <cstdint>
@@ -66,6 +71,7 @@ struct Scalar {
         hi = x == x ? x : -__builtin_inff();
     }
     static bool anyNaN(F x) { return x != x; }
+    static F oneNaN(F x) { return x != x ? __builtin_nanf("") : x; }
 
     // One lane reads a table by index at no cost.
     static constexpr bool kLookup = true;
@@ -212,6 +218,7 @@ struct Vector {
         lo = fold<W, false>(select(bad, splat(__builtin_inff()), x), std::make_index_sequence<W / 2>{});
         hi = fold<W, true>(select(bad, splat(-__builtin_inff()), x), std::make_index_sequence<W / 2>{});
     }
+    static F oneNaN(F x) { return select(x != x, splat(__builtin_nanf("")), x); }
     static bool anyNaN(F x) {
         return fold<W, true>(select(x != x, splat(1.0f), splat(0.0f)), std::make_index_sequence<W / 2>{}) >
                0.0f;

@@ -77,5 +77,6 @@ PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block
 }
 
 float pixelHundredths(const PixelPlan& p, int32_t gray) { return pixelHundredths<Scalar>(p, gray); }
+float pixelDegrees(const PixelPlan& p, int32_t gray) { return pixelDegrees<Scalar>(p, gray); }
 
 }  // namespace kalviro::direct

@@ -52,6 +52,7 @@ PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block
 // Hundredths of a degree as a float.
 float pixelHundredths(const PixelPlan& p, int32_t gray);
 
-inline float pixelDegrees(const PixelPlan& p, int32_t gray) { return pixelHundredths(p, gray) / 100.0f; }
+// The per-pixel result in degrees (pixel_kernel.hpp on one lane).
+float pixelDegrees(const PixelPlan& p, int32_t gray);
 
 }  // namespace kalviro::direct

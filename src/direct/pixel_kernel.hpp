@@ -38,7 +38,9 @@ typename L::F pixelHundredths(const PixelPlan& p, typename L::I gray) {
 
 template <class L>
 typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
-    return pixelHundredths<L>(p, gray) / 100.0f;
+    const auto t = pixelHundredths<L>(p, gray) / 100.0f;
+    // The long layout returns its floats uncut, NaN among them (lanes.hpp).
+    return p.end == PixelEnd::LongPlain || p.end == PixelEnd::LongWindow ? L::oneNaN(t) : t;
 }
 
 }  // namespace kalviro::direct

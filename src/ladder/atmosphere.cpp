@@ -7,6 +7,7 @@
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
 #include "core/lanes.hpp"
+#include "core/rounded_math.hpp"
 #include "kalviro.h"
 #include "ladder/pipeline.hpp"
 #include "ladder/pixel_kernel.hpp"
@@ -119,7 +120,7 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
                 // The distance argument itself, near zero or not.
                 const float hf = (static_cast<float>(get(block, field::humidity)) - 60.0f) * 0.0008f + 1.0f;
                 row = near(0, 0);
-                p.expNear = std::exp(-static_cast<double>(hf * st.const_B3 * (distance - 1.5f)));
+                p.expNear = roundedExp(-static_cast<double>(hf * st.const_B3 * (distance - 1.5f)));
             }
             break;
         case Atmosphere::Plain: break;
@@ -128,7 +129,7 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
     // without a grid take myexp in the range-linear form, and no correction.
     const bool noGrid = range < 2 || range > 4;
     if (row.rule != Rule::Near)
-        p.expK0 = form == Atmosphere::RangeLinear && noGrid ? myexp(K0) : std::exp(K0);
+        p.expK0 = form == Atmosphere::RangeLinear && noGrid ? myexp(K0) : roundedExp(K0);
     p.rule = row.rule;
     p.a = row.a;
     p.b = row.b;
@@ -137,8 +138,8 @@ AirPlan airPlan(Atmosphere form, const CalState& st, const uint8_t* block, float
         // The scaled rate: -3 in single precision, -2.5 in double.
         const double s = row.rate == -3 ? static_cast<double>(-3.0f * st.const_B3)
                                         : -2.5 * static_cast<double>(st.const_B3);
-        p.expNear =
-            std::exp(-static_cast<double>(static_cast<float>((Hd * s) * (static_cast<double>(p.D) - row.a))));
+        p.expNear = roundedExp(
+            -static_cast<double>(static_cast<float>((Hd * s) * (static_cast<double>(p.D) - row.a))));
     }
     return p;
 }

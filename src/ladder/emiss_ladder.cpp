@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "core/rounded_math.hpp"
+
 namespace kalviro::ladder {
 namespace {
 
@@ -102,15 +104,15 @@ double edgeOf(int bin, float baseTemp) {
 }
 
 // Strictly from the highest degree down; the square is d * d and the first
-// power d itself, the others come from pow.
+// power d itself, the others are powers rounded once (roundedPow).
 float polynomial(const EmissLadderRow& row, float emissivity) {
     const double d = emissivity;
     const double* c = row.c;
-    double sum = c[0] * std::pow(d, 7.0);
-    sum = sum + c[1] * std::pow(d, 6.0);
-    sum = sum + c[2] * std::pow(d, 5.0);
-    sum = sum + c[3] * std::pow(d, 4.0);
-    sum = sum + c[4] * std::pow(d, 3.0);
+    double sum = c[0] * roundedPow(d, 7);
+    sum = sum + c[1] * roundedPow(d, 6);
+    sum = sum + c[2] * roundedPow(d, 5);
+    sum = sum + c[3] * roundedPow(d, 4);
+    sum = sum + c[4] * roundedPow(d, 3);
     sum = sum + (d * d) * c[5];
     sum = sum + c[6] * d;
     return static_cast<float>(sum);

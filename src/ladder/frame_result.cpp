@@ -7,6 +7,7 @@
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
 #include "core/numeric.hpp"
+#include "core/rounded_math.hpp"
 #include "kalviro.h"
 #include "ladder/pipeline.hpp"
 
@@ -23,7 +24,7 @@ int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float 
     } else {
         q = static_cast<float>(HB);
     }
-    const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : std::exp(-static_cast<double>(q));
+    const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : roundedExp(-static_cast<double>(q));
     const float a = static_cast<float>(((1.0 - y * kAtmA) * static_cast<double>(rawTemp - baseTemp)) / kAtmC +
                                        static_cast<double>(baseTemp));
 

@@ -93,7 +93,7 @@ PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, f
     if (eager) p.ladder = ladderPlan(emissivity, p.baseTemp);
     p.emissivity = emissivity;
 
-    p.gain = static_cast<float>(get(block, field::tempGain));
+    p.gain = get(block, field::tempGain);
     p.tempOffset = get(block, field::tempOffset);
     p.offset = static_cast<float>(p.tempOffset);
     p.final = m.pixel.final;

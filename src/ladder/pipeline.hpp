@@ -50,7 +50,7 @@ struct PixelPlan {
     float baseTemp;
     bool eager;  // the ladder's 24 factors taken once, for many gray values
     LadderPlan ladder;
-    float gain;    // (float)tempGain
+    int32_t gain;  // tempGain, whole: 121 widens it to double, the others round it to float
     float offset;  // (float)tempOffset
     int32_t tempOffset;
     Final final;

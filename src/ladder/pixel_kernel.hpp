@@ -86,9 +86,10 @@ typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
     }
     const auto af = (apparent * 100.0f) / 100.0f;
     const float base = p.baseTemp;
+    const float gain = static_cast<float>(p.gain);
 
     if (p.final == Final::Trim) {
-        const auto X = ((g * (((af - base) * p.gain) / 100.0f)) * 100.0f + base * 100.0f) / 100.0f;
+        const auto X = ((g * (((af - base) * gain) / 100.0f)) * 100.0f + base * 100.0f) / 100.0f;
         return L::toFloat(trimTable<L>(X, p.trimRow, p.offset)) / 100.0f;
     }
     typename L::F V;
@@ -98,7 +99,7 @@ typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
             L::narrow(((static_cast<double>(p.gain) * (L::widen(af) - 20.0)) / 100.0) * L::widen(g));
         V = (h * 100.0f + 2000.0f) + p.offset;
     } else {
-        V = (base * 100.0f + (((p.gain * (af - base)) / 100.0f) * g) * 100.0f) + p.offset;
+        V = (base * 100.0f + (((gain * (af - base)) / 100.0f) * g) * 100.0f) + p.offset;
     }
     if (p.distanceGain) V = distanceRiseAt<L>(V, p.range, p.distanceM);
 
@@ -110,7 +111,7 @@ typename L::F pixelDegrees(const PixelPlan& p, typename L::I gray) {
         case Final::WindowTableCH: return degrees(windowTableCH<L>(V, base, W, p.windowC));
         case Final::WindowTableSelf: return degrees(windowTableSelf<L>(V, base, W));
         case Final::LongBase:
-        case Final::LongFixed: return (V / W - (p.windowC * (1.0f - W)) * 100.0f) / 100.0f;
+        case Final::LongFixed: return L::oneNaN((V / W - (p.windowC * (1.0f - W)) * 100.0f) / 100.0f);
         case Final::Trim: break;
     }
     return degrees(L::splat(int32_t{0}));
