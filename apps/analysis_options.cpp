@@ -54,8 +54,9 @@ void addAnalysisOptions(CLI::App* cmd, AnalysisOptions& o) {
                     "[NAME.]min|max|mean|std OP NUMBER or SPOT OP NUMBER, OP > >= < <=: a JSON line on "
                     "standard output for each frame where it holds, and exit status 3; repeatable")
         ->allow_extra_args(false);
-    cmd->add_option("--unit", o.unit, "unit of every temperature written and read: C, K or F")
-        ->capture_default_str();
+    cmd->add_option("--unit", o.unit,
+                    "unit of every temperature written, and of --range, --isotherm and --alarm: C (default), "
+                    "K or F");
     cmd->add_option("--set", o.settings,
                     "FIELD=VALUE: write a block field, by the name and in the unit `info` shows, before each "
                     "frame's per-frame call; repeatable")
@@ -95,7 +96,8 @@ void prepareAnalysis(const ConvertOptions& o, RunInfo& run) {
         if (s.kind == ShapeKind::Spot) run.spots.push_back(Spot{i(0), i(1)});
     }
     run.otherEmissivities = otherEmissivities(run.shapes, run.emissivity);
-    run.unit = parseUnit(o.analysis.unit);
+    run.unit = parseUnit(o.analysis.unit.value_or("C"));
+    run.unitNamed = o.analysis.unit.has_value();
     run.bins = checkBins(o.analysis.bins);
     for (const std::string& text : o.analysis.settings)
         run.settings.push_back(parseSetting(text, run.calType.layout));

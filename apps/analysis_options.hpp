@@ -29,7 +29,7 @@ struct AnalysisOptions {
     bool noOverlays = false;
     std::optional<std::string> isotherm;
     std::vector<std::string> alarms;
-    std::string unit = "C";
+    std::optional<std::string> unit;  // C when not given
     std::vector<std::string> settings;
 };
 

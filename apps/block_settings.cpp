@@ -46,6 +46,10 @@ const SettableRange* settableRange(const char* fieldName) {
     return nullptr;
 }
 
+bool settable(const BlockField& field) {
+    return field.type == FieldType::Int32 && settableRange(field.name) != nullptr;
+}
+
 FieldSetting parseSetting(const std::string& text, Layout layout) {
     const size_t eq = text.find('=');
     if (eq == std::string::npos || eq == 0)
@@ -57,7 +61,7 @@ FieldSetting parseSetting(const std::string& text, Layout layout) {
         if (name == f.name && inLayout(f, layout)) field = &f;
     }
     const SettableRange* range = settableRange(name.c_str());
-    if (field == nullptr || range == nullptr || field->type != FieldType::Int32) {
+    if (field == nullptr || !settable(*field)) {
         throw Failure("--set cannot write '" + name + "'" + (field ? "" : ", no field of this layout") +
                       ": fields it writes: " + settableNames(layout));
     }

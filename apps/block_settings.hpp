@@ -27,6 +27,8 @@ struct SettableRange {
     double min, max;
 };
 const SettableRange* settableRange(const char* fieldName);
+// Whether `convert --set` writes this field of a layout.
+bool settable(const BlockField& field);
 
 // "FIELD=VALUE" for a CalType's layout; Failure, one line, for an unknown
 // field, one that may not be set, a value out of range or finer than the

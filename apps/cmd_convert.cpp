@@ -74,13 +74,20 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
                     static_cast<unsigned long long>(s.last.index));
     }
     if (run.totalFrames) std::printf(" of %llu", static_cast<unsigned long long>(*run.totalFrames));
-    std::printf(", CalType %d, emissivity %g\n", run.calType.calType, static_cast<double>(run.emissivity));
+    std::printf(", CalType %d, emissivity %g", run.calType.calType, static_cast<double>(run.emissivity));
+    if (run.unit != Unit::Celsius) std::printf(", %s", unitName(run.unit));
+    std::printf("\n");
     if (s.frames == 1) {
         const FrameResult& r = s.last;
         std::printf("  %-15s gray %u -> %s deg\n", "per-frame call", r.centreGray, temp(r.perFrame).c_str());
         printStats("frame", r.whole);
         for (size_t i = 0; i < r.regions.size(); ++i)
             printStats(("roi " + run.regions[i].name).c_str(), r.regions[i]);
+        for (size_t i = 0; i < run.shapes.size(); ++i) {
+            const Shape& g = run.shapes[i];
+            if (g.kind != ShapeKind::Rectangle && g.kind != ShapeKind::Spot)
+                printStats((std::string(shapeKindName(g.kind)) + " " + g.name).c_str(), r.shapeStats[i]);
+        }
         for (size_t i = 0; i < r.spots.size(); ++i) {
             const std::string label =
                 "spot " + std::to_string(run.spots[i].x) + "," + std::to_string(run.spots[i].y);

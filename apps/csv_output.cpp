@@ -1,5 +1,6 @@
 // CSV: one line per image row, temperatures in degrees with two decimals;
-// a sequence writes one file per frame.
+// a sequence writes one file per frame. With --unit, a first comment line
+// names the unit.
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -28,7 +29,9 @@ public:
         const int32_t w = run_.size.width;
         std::string line;
         line.reserve(static_cast<size_t>(w) * 8 + 1);
-        bool ok = true;
+        // A comment line, which CSV readers of numbers skip.
+        if (run_.unitNamed) line = std::string("# temperatures in ") + unitName(run_.unit) + "\n";
+        bool ok = line.empty() || std::fwrite(line.data(), 1, line.size(), f) == line.size();
         for (int32_t y = 0; y < run_.size.height && ok; ++y) {
             line.clear();
             for (int32_t x = 0; x < w; ++x) {

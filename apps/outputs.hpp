@@ -37,6 +37,7 @@ struct RunInfo {
     std::vector<float> otherEmissivities;  // of the shapes, each once, other than the run's
     std::vector<FieldSetting> settings;    // --set, written into each block as read
     Unit unit = Unit::Celsius;             // of every temperature written
+    bool unitNamed = false;                // --unit given: CSV files name it too
     int32_t bins = 64;                     // of each histogram
 };
 

@@ -298,6 +298,21 @@ TEST_F(Analysis, UnitsConvertEveryOutput) {
     EXPECT_EQ(json::parse(f[0].description)["unit"], "degrees Fahrenheit");
     const json report = json::parse(slurp(path("k.json")));
     EXPECT_EQ(report["unit"], "kelvin");
+    // The CSV names the unit in a comment line, then holds the rows.
+    ok("convert p.raw --caltype 21 --unit K -o k.csv");
+    std::istringstream csv(slurp(path("k.csv")));
+    std::string line;
+    ASSERT_TRUE(std::getline(csv, line));
+    EXPECT_EQ(line, "# temperatures in kelvin");
+    for (int y = 0; y < kH; ++y) {
+        ASSERT_TRUE(std::getline(csv, line));
+        std::istringstream cells(line);
+        std::string cell;
+        for (int x = 0; x < kW; ++x) {
+            ASSERT_TRUE(std::getline(cells, cell, ','));
+            ASSERT_NEAR(std::stod(cell), k[0].at(x, y), 0.0051) << x << "," << y;
+        }
+    }
     EXPECT_NEAR(report["frames"][0]["spots"][0]["t"].get<double>(), hundredths(k[0].at(7, 7)), 1e-9);
 }
 
@@ -333,6 +348,35 @@ TEST_F(Analysis, SetEqualsABlockEditedByHand) {
     }
     EXPECT_GT(changed, 0u);
     EXPECT_EQ(json::parse(slurp(path("set.json")))["set"], json({{"humidity", 45.0}, {"distance", 3.5}}));
+}
+
+// `info` names the fields --set writes; setting each to the value it shows
+// changes nothing.
+TEST_F(Analysis, InfoNamesTheSettableFields) {
+    ok("synth --caltype 21 --size 160x120 -o a.raw");
+    const json info = json::parse(ok("info a.raw --caltype 21 --json").out);
+    const json& settable = info["settable"];
+    ASSERT_TRUE(settable.is_array());
+    EXPECT_NE(std::find(settable.begin(), settable.end(), "humidity"), settable.end());
+    EXPECT_NE(std::find(settable.begin(), settable.end(), "distance"), settable.end());
+    std::string sets;
+    for (const auto& f : settable) {
+        const std::string name = f;
+        std::ostringstream value;
+        value << info["block"][name].get<double>();
+        sets += " --set " + name + "=" + value.str();
+    }
+    ok("convert a.raw --caltype 21" + sets + " -o set.tiff");
+    ok("convert a.raw --caltype 21 -o plain.tiff");
+    const auto set = readPages(path("set.tiff")), plain = readPages(path("plain.tiff"));
+    ASSERT_EQ(set.size(), 1u);
+    ASSERT_EQ(plain.size(), 1u);
+    EXPECT_EQ(std::memcmp(set[0].t.data(), plain[0].t.data(), set[0].t.size() * sizeof(float)), 0);
+    // The text marks the same fields.
+    const std::string text = ok("info a.raw --caltype 21").out;
+    size_t marked = 0;
+    for (size_t at = text.find("(set)"); at != std::string::npos; at = text.find("(set)", at + 1)) ++marked;
+    EXPECT_EQ(marked, settable.size());
 }
 
 // An alarm prints a JSON line for each frame where it holds and makes the
