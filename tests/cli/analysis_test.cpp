@@ -5,6 +5,9 @@
 #include <png.h>
 #include <tiffio.h>
 
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -599,6 +602,53 @@ TEST_F(Analysis, PalettesRunFromColdToHot) {
     }
 }
 
+// On a live stream each alarm line comes out as its frame arrives: the test
+// writes a frame, reads its line, and only then writes the next.
+TEST_F(Analysis, AlarmsFollowALiveStream) {
+    ok("synth --caltype 21 --size 160x120 --frames 3 -o s.raw");
+    const std::string raw = slurp(path("s.raw"));
+    const size_t frameBytes = raw.size() / 3;
+    int toChild[2], fromChild[2];
+    ASSERT_EQ(pipe(toChild), 0);
+    ASSERT_EQ(pipe(fromChild), 0);
+    const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        dup2(toChild[0], 0);
+        dup2(fromChild[1], 1);
+        close(toChild[1]);
+        close(fromChild[0]);
+        execl(KALVIRO_CLI, KALVIRO_CLI, "convert", "-", "--size", "160x120", "--caltype", "21", "--alarm",
+              "max>-100", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(toChild[0]);
+    close(fromChild[1]);
+    std::string pending;
+    for (int k = 0; k < 3; ++k) {
+        ASSERT_EQ(write(toChild[1], raw.data() + static_cast<size_t>(k) * frameBytes, frameBytes),
+                  static_cast<ssize_t>(frameBytes));
+        while (pending.find('\n') == std::string::npos) {
+            pollfd p{fromChild[0], POLLIN, 0};
+            ASSERT_EQ(poll(&p, 1, 20000), 1)
+                << "no alarm line for frame " << k << " while the stream is open";
+            char buf[4096];
+            const ssize_t n = read(fromChild[0], buf, sizeof buf);
+            ASSERT_GT(n, 0);
+            pending.append(buf, static_cast<size_t>(n));
+        }
+        const size_t end = pending.find('\n');
+        EXPECT_EQ(json::parse(pending.substr(0, end))["frame"], k);
+        pending.erase(0, end + 1);
+    }
+    close(toChild[1]);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    close(fromChild[0]);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+}
+
 // Hostile arguments: one line on standard error, a non-zero exit, nothing
 // written.
 struct Bad {
@@ -611,7 +661,9 @@ void PrintTo(const Bad& c, std::ostream* os) { *os << c.name; }
 class BadAnalysis : public Analysis, public ::testing::WithParamInterface<Bad> {};
 
 TEST_P(BadAnalysis, FailsWithOneLineAndWritesNothing) {
-    ok("synth --caltype 21 --size 160x120 -o one.raw");
+    // Any frame will do: every case fails on its arguments, before the first
+    // frame is converted.
+    std::ofstream(path("one.raw"), std::ios::binary) << std::string(kW * kH * 2 + 512, '\x01');
     const Result r =
         run(std::string("convert one.raw --caltype 21 -o out.tiff -o out.json ") + GetParam().args);
     EXPECT_NE(r.code, 0);
