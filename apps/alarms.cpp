@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
@@ -14,6 +15,9 @@
 namespace kalviro::cli {
 
 namespace {
+
+// Alarm outputs run one frame at a time, but a batch has one per input.
+std::atomic<bool> held{false};
 
 constexpr const char* kStatistics[] = {"min", "max", "mean", "std"};
 
@@ -70,12 +74,12 @@ Alarm parseAlarm(const std::string& text) {
     if (right.empty() || *end != '\0' || !std::isfinite(a.threshold))
         throw bad("no number after the comparison");
     if (left.empty()) throw bad("nothing before the comparison");
+    // A name may hold dots: the statistic is what follows the last one.
     const size_t dot = left.rfind('.');
-    if (dot != std::string::npos) {
+    if (dot != std::string::npos && isStatistic(left.substr(dot + 1))) {
         a.name = left.substr(0, dot);
         a.statistic = left.substr(dot + 1);
         if (a.name.empty()) throw bad("no name before '.'");
-        if (!isStatistic(a.statistic)) throw bad("unknown statistic '" + a.statistic + "'");
     } else if (isStatistic(left)) {
         a.name = "frame";
         a.statistic = left;
@@ -86,7 +90,7 @@ Alarm parseAlarm(const std::string& text) {
     return a;
 }
 
-void resolveAlarm(Alarm& a, const std::vector<Shape>& shapes) {
+void resolveAlarm(Alarm& a, const std::vector<Area>& shapes) {
     if (a.name == "frame") {
         if (a.statistic == "temperature")
             throw Failure("bad alarm '" + a.text +
@@ -95,18 +99,20 @@ void resolveAlarm(Alarm& a, const std::vector<Shape>& shapes) {
     }
     for (size_t i = 0; i < shapes.size(); ++i) {
         if (shapes[i].name != a.name) continue;
-        const bool spot = shapes[i].kind == ShapeKind::Spot;
+        const bool spot = shapes[i].kind == AreaKind::Spot;
         if (spot && a.statistic != "temperature")
             throw Failure("bad alarm '" + a.text + "': " + a.name +
                           " is a spot: compare its temperature, as in " + a.name + ">30");
         if (!spot && a.statistic == "temperature")
-            throw Failure("bad alarm '" + a.text + "': " + a.name + " is a " + shapeKindName(shapes[i].kind) +
+            throw Failure("bad alarm '" + a.text + "': " + a.name + " is a " + areaKindName(shapes[i].kind) +
                           ": name a statistic, as in " + a.name + ".max>30");
         a.shape = static_cast<int>(i);
         return;
     }
     throw Failure("bad alarm '" + a.text + "': no region or spot is named '" + a.name + "'");
 }
+
+bool alarmHeld() { return held; }
 
 void AlarmOutput::frame(const FrameResult& r) {
     std::string lines;
@@ -115,7 +121,7 @@ void AlarmOutput::frame(const FrameResult& r) {
         nlohmann::ordered_json shown;
         if (a.shape < 0) {
             if (!statistic(r.whole, a.statistic, value, shown)) continue;
-        } else if (run_.shapes[static_cast<size_t>(a.shape)].kind == ShapeKind::Spot) {
+        } else if (run_.shapes[static_cast<size_t>(a.shape)].kind == AreaKind::Spot) {
             const float t = r.temps[run_.shapes[static_cast<size_t>(a.shape)].pixels[0]];
             if (!std::isfinite(t)) continue;
             value = t;
@@ -124,7 +130,7 @@ void AlarmOutput::frame(const FrameResult& r) {
             continue;
         }
         if (!holds(a.op, value, a.threshold)) continue;
-        held_ = true;
+        held = true;
         const auto* block = reinterpret_cast<const uint8_t*>(&r.settings);
         nlohmann::ordered_json j;
         j["input"] = run_.source;

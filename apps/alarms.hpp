@@ -31,20 +31,21 @@ struct Alarm {
 // The expression alone; names are resolved against a run's regions and
 // spots by resolveAlarm. Failure, one line, on anything else.
 Alarm parseAlarm(const std::string& text);
-void resolveAlarm(Alarm& alarm, const std::vector<Shape>& shapes);
+void resolveAlarm(Alarm& alarm, const std::vector<Area>& shapes);
 
 class AlarmOutput : public Output {
 public:
     AlarmOutput(const RunInfo& run, std::vector<Alarm> alarms) : run_(run), alarms_(std::move(alarms)) {}
     bool perFrame() const override { return false; }
     void frame(const FrameResult& r) override;
-    // Whether any alarm held on any frame.
-    bool held() const { return held_; }
 
 private:
     const RunInfo& run_;
     std::vector<Alarm> alarms_;
-    bool held_ = false;
 };
+
+// Whether an alarm held on some frame of some input of this run of the
+// command: its exit status is then 3.
+bool alarmHeld();
 
 }  // namespace kalviro::cli

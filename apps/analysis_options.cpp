@@ -63,12 +63,12 @@ void addAnalysisOptions(CLI::App* cmd, AnalysisOptions& o) {
         ->allow_extra_args(false);
     // The shapes in the order given, whatever their kind.
     cmd->parse_complete_callback([cmd, &o] {
-        const std::map<const CLI::Option*, ShapeKind> kinds = {
-            {cmd->get_option("--roi"), ShapeKind::Rectangle},
-            {cmd->get_option("--ellipse"), ShapeKind::Ellipse},
-            {cmd->get_option("--polygon"), ShapeKind::Polygon},
-            {cmd->get_option("--line"), ShapeKind::Line},
-            {cmd->get_option("--spot"), ShapeKind::Spot}};
+        const std::map<const CLI::Option*, AreaKind> kinds = {
+            {cmd->get_option("--roi"), AreaKind::Rectangle},
+            {cmd->get_option("--ellipse"), AreaKind::Ellipse},
+            {cmd->get_option("--polygon"), AreaKind::Polygon},
+            {cmd->get_option("--line"), AreaKind::Line},
+            {cmd->get_option("--spot"), AreaKind::Spot}};
         std::map<const CLI::Option*, size_t> used;
         o.shapes.clear();
         for (const CLI::Option* opt : cmd->parse_order()) {
@@ -81,19 +81,19 @@ void addAnalysisOptions(CLI::App* cmd, AnalysisOptions& o) {
 }
 
 void prepareAnalysis(const ConvertOptions& o, RunInfo& run) {
-    std::vector<std::pair<ShapeKind, std::string>> given = o.analysis.shapes;
+    std::vector<std::pair<AreaKind, std::string>> given = o.analysis.shapes;
     if (given.empty()) {  // set in code, as the demo does
-        for (const std::string& r : o.regions) given.emplace_back(ShapeKind::Rectangle, r);
-        for (const std::string& s : o.spots) given.emplace_back(ShapeKind::Spot, s);
+        for (const std::string& r : o.regions) given.emplace_back(AreaKind::Rectangle, r);
+        for (const std::string& s : o.spots) given.emplace_back(AreaKind::Spot, s);
     }
-    std::map<ShapeKind, size_t> numbers;
+    std::map<AreaKind, size_t> numbers;
     for (const auto& [kind, text] : given)
-        run.shapes.push_back(parseShape(kind, text, ++numbers[kind], run.size));
+        run.shapes.push_back(parseArea(kind, text, ++numbers[kind], run.size));
     requireDistinctNames(run.shapes);
-    for (const Shape& s : run.shapes) {
+    for (const Area& s : run.shapes) {
         const auto i = [&](size_t k) { return static_cast<int32_t>(s.coords[k]); };
-        if (s.kind == ShapeKind::Rectangle) run.regions.push_back(Region{s.name, i(0), i(1), i(2), i(3)});
-        if (s.kind == ShapeKind::Spot) run.spots.push_back(Spot{i(0), i(1)});
+        if (s.kind == AreaKind::Rectangle) run.regions.push_back(Region{s.name, i(0), i(1), i(2), i(3)});
+        if (s.kind == AreaKind::Spot) run.spots.push_back(Spot{i(0), i(1)});
     }
     run.otherEmissivities = otherEmissivities(run.shapes, run.emissivity);
     run.unit = parseUnit(o.analysis.unit.value_or("C"));

@@ -18,12 +18,12 @@ namespace kalviro::cli {
 struct RunInfo;
 struct PngOptions;
 struct ConvertOptions;
-enum class ShapeKind : uint8_t;
+enum class AreaKind : uint8_t;
 
 struct AnalysisOptions {
     // --roi, --ellipse, --polygon, --line and --spot in the order given:
     // where regions overlap, the last one's emissivity wins.
-    std::vector<std::pair<ShapeKind, std::string>> shapes;
+    std::vector<std::pair<AreaKind, std::string>> shapes;
     std::vector<std::string> ellipses, polygons, lines;  // as CLI11 collects them
     int64_t bins = 64;
     bool noOverlays = false;

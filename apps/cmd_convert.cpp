@@ -2,6 +2,9 @@
 // conversion into CSV, float TIFF, false-colour PNG and a JSON report, with
 // statistics of the frame, of regions and at spots on the terminal.
 // --demo converts a built-in synthetic frame into demo.png and demo.json.
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +16,9 @@
 #include "convert_run.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
+#include "output_names.hpp"
 #include "synthesizer.hpp"
+#include "table_output.hpp"
 
 namespace kalviro::cli {
 
@@ -44,6 +49,11 @@ std::pair<float, float> parseRange(const std::string& text) {
     const float hi = std::strtof(b.c_str(), &end);
     if (b.empty() || *end != '\0' || !std::isfinite(lo) || !std::isfinite(hi) || !(lo < hi)) throw bad();
     return {lo, hi};
+}
+
+bool fileExists(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0;
 }
 
 std::string temp(double t) {
@@ -84,9 +94,9 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
         for (size_t i = 0; i < r.regions.size(); ++i)
             printStats(("roi " + run.regions[i].name).c_str(), r.regions[i]);
         for (size_t i = 0; i < run.shapes.size(); ++i) {
-            const Shape& g = run.shapes[i];
-            if (g.kind != ShapeKind::Rectangle && g.kind != ShapeKind::Spot)
-                printStats((std::string(shapeKindName(g.kind)) + " " + g.name).c_str(), r.shapeStats[i]);
+            const Area& g = run.shapes[i];
+            if (g.kind != AreaKind::Rectangle && g.kind != AreaKind::Spot)
+                printStats((std::string(areaKindName(g.kind)) + " " + g.name).c_str(), r.shapeStats[i]);
         }
         for (size_t i = 0; i < r.spots.size(); ++i) {
             const std::string label =
@@ -125,7 +135,7 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
 
 }  // namespace
 
-int runConvert(const ConvertOptions& given) {
+bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     ConvertOptions o = given;
     std::unique_ptr<FrameSource> source;
     if (o.demo) {
@@ -158,6 +168,15 @@ int runConvert(const ConvertOptions& given) {
     if (o.scale < 1 || o.scale > 16)
         throw Failure("bad scale " + std::to_string(o.scale) + ": expected 1 to 16");
     png.scale = o.scale;
+    if (!(o.fps > 0.0 && o.fps <= 1000.0))
+        throw Failure("bad --fps " + std::to_string(o.fps) + ": expected above 0, at most 1000");
+    png.fps = o.fps;
+    png.counts = o.counts;
+    if (o.counts && std::none_of(o.outputs.begin(), o.outputs.end(), [](const std::string& t) {
+            return extensionOf(t) == "tif" || extensionOf(t) == "tiff";
+        })) {
+        throw Failure("--counts writes the gray values into a .tiff output: give -o NAME.tiff");
+    }
     if (!source) {
         const std::optional<FrameSize> size = optionalSize(o.size);
         source = std::make_unique<FrameSource>(o.file, size);
@@ -183,27 +202,49 @@ int runConvert(const ConvertOptions& given) {
     PendingFiles files(o.force);
     std::optional<uint64_t> end = range.end;
     if (run.totalFrames) end = std::min(end.value_or(*run.totalFrames), *run.totalFrames);
+    // A resumed batch keeps each output whose files are all there and writes
+    // the others; an input with nothing left to write is done. A stream is
+    // never passed over: its frames are not known; nor is an input whose rows
+    // a batch's table still needs.
+    const auto done = [&](const std::vector<std::string>& names) {
+        return o.skipExisting && run.totalFrames && std::all_of(names.begin(), names.end(), fileExists);
+    };
+    const bool anyOutput = !o.outputs.empty() || o.table;
+    std::vector<std::string> planned, targets;
     for (const std::string& target : o.outputs) {
-        for (const std::string& name : plannedNames(target, run, range.first, end)) files.check(name);
+        const std::vector<std::string> names = plannedNames(target, run, range.first, end);
+        if (done(names)) continue;
+        targets.push_back(target);
+        planned.insert(planned.end(), names.begin(), names.end());
     }
+    o.outputs = targets;
+    if (o.table && done({*o.table})) o.table.reset();
+    if (anyOutput && o.outputs.empty() && !o.table && sharedTable == nullptr) return false;
+    if (o.table) planned.push_back(*o.table);
+    // Two outputs onto one file: the second would fail after the first is in place.
+    std::vector<std::string> sorted = planned;
+    std::sort(sorted.begin(), sorted.end());
+    const auto twice = std::adjacent_find(sorted.begin(), sorted.end());
+    if (twice != sorted.end()) throw Failure(*twice + " is named twice as an output");
+    for (const std::string& name : planned) files.check(name);
     std::vector<std::unique_ptr<Output>> outputs;
     for (const std::string& target : o.outputs) outputs.push_back(makeOutput(target, run, png, files));
-    AlarmOutput* alarmOutput = nullptr;
-    if (!alarms.empty()) {
-        auto a = std::make_unique<AlarmOutput>(run, std::move(alarms));
-        alarmOutput = a.get();
-        outputs.push_back(std::move(a));
+    if (o.table) {
+        outputs.push_back(makeTableOutput(std::make_unique<TableFile>(*o.table, files), run));
+    } else if (sharedTable != nullptr) {
+        outputs.push_back(makeTableOutput(*sharedTable, run));
     }
+    const bool alarmed = !alarms.empty();
+    if (alarmed) outputs.push_back(std::make_unique<AlarmOutput>(run, std::move(alarms)));
     const unsigned threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
 
     const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
     for (const auto& out : outputs) out->finish();
-    const bool alarmed = alarmOutput != nullptr && alarmOutput->held();
     outputs.clear();
     const std::vector<std::string> written = files.commit();
     // With alarms, standard output carries their lines alone.
-    if (!o.quiet && alarmOutput == nullptr) printSummary(run, summary, written);
-    return alarmed ? 3 : 0;
+    if (!o.quiet && !alarmed) printSummary(run, summary, written);
+    return true;
 }
 
 }  // namespace kalviro::cli

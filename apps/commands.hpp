@@ -28,7 +28,8 @@ struct InfoOptions {
 };
 
 struct ConvertOptions {
-    std::string file;
+    std::vector<std::string> inputs;  // FILE arguments: files, directories, globs
+    std::string file;                 // the one input being converted
     std::optional<int32_t> calType;
     std::optional<std::string> size;
     double emissivity = kDefaultEmissivity;
@@ -46,6 +47,10 @@ struct ConvertOptions {
     bool demo = false;
     bool quiet = false;
     AnalysisOptions analysis;
+    double fps = 30.0;
+    bool counts = false;
+    std::optional<std::string> table;
+    bool skipExisting = false;
 };
 
 struct SynthOptions {
@@ -72,8 +77,11 @@ struct Temp2GrayOptions {
 
 void runList(const ListOptions& o);
 void runInfo(const InfoOptions& o);
-// 0, or 3 when an --alarm held on some frame.
-int runConvert(const ConvertOptions& o);
+void runConvert(const ConvertOptions& o);  // every input, each on its own
+class TableFile;
+// One input (o.file, outputs already named for it); rows also go to
+// `sharedTable` when given. false: skipped, its outputs all exist.
+bool convertFile(const ConvertOptions& o, TableFile* sharedTable);
 void runSynth(const SynthOptions& o);
 void runTemp2Gray(const Temp2GrayOptions& o);
 

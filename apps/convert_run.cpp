@@ -171,7 +171,7 @@ private:
         applyEmissivities(run_, job.pixels.data(), job.pixels.size(), job.others, distance, r.temps.data(),
                           table);
         toUnit(r.temps.data(), r.temps.size(), run_.unit);
-        giveBack(pixelPool_, std::move(job.pixels));
+        r.grays = std::move(job.pixels);
         const int32_t w = run_.size.width;
         r.whole = regionStats(r.temps.data(), w, wholeFrame(run_.size));
         for (const Region& g : run_.regions) r.regions.push_back(regionStats(r.temps.data(), w, g));
@@ -233,6 +233,7 @@ private:
         for (size_t i = 0; i < r.regions.size(); ++i) add(summary_.regions[i], r.regions[i]);
         ++summary_.frames;
         giveBack(tempPool_, std::move(r.temps));
+        giveBack(pixelPool_, std::move(r.grays));
         summary_.last = std::move(r);
     }
 

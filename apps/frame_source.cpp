@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "counts_archive.hpp"
 #include "failure.hpp"
 
 namespace kalviro::cli {
@@ -34,6 +35,16 @@ FileLayout layoutOf(const std::string& path, const std::optional<FrameSize>& siz
 
 FrameSource::FrameSource(const std::string& path, const std::optional<FrameSize>& size)
     : name_(isStdin(path) ? "<stdin>" : path) {
+    if (looksLikeTiff(path)) {
+        archive_ = std::make_unique<CountsArchiveReader>(path);
+        if (size && (size->width != archive_->size().width || size->height != archive_->size().height)) {
+            throw Failure(path + " holds " + archive_->size().text() + " frames, not the given " +
+                          size->text());
+        }
+        size_ = archive_->size();
+        frames_ = archive_->frames();
+        return;
+    }
     const FileLayout layout = layoutOf(path, size);
     size_ = layout.size;
     if (isStdin(path)) {
@@ -87,6 +98,12 @@ void FrameSource::skip(uint64_t bytes) {
 
 bool FrameSource::next(Frame& frame, bool withPixels) {
     if (frames_ && nextIndex_ >= *frames_) return false;
+    if (archive_) {
+        if (!archive_->next(frame)) return false;
+        if (!withPixels) frame.pixels.clear();
+        frame.index = nextIndex_++;
+        return true;
+    }
     const uint64_t pixelBytes = size_.pixels() * 2;
     const uint64_t centre = static_cast<uint64_t>(size_.height / 2) * static_cast<uint64_t>(size_.width) +
                             static_cast<uint64_t>(size_.width / 2);

@@ -1,10 +1,13 @@
 // Frames read one at a time from a raw file or a stream: a file holds one
 // frame or a sequence back to back; "-" is standard input, a stream from a
-// capture program, whose size must be given.
+// capture program, whose size must be given. A gray-value archive (a TIFF
+// written by convert --counts) reads as the raw file it came from, its size
+// taken from the file.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +16,8 @@
 #include "kalviro.h"
 
 namespace kalviro::cli {
+
+class CountsArchiveReader;
 
 struct Frame {
     uint64_t index = 0;
@@ -54,6 +59,7 @@ private:
     uint64_t inFrame_ = 0;  // bytes of the current frame read so far
     std::vector<uint8_t> raw_;
     std::vector<uint8_t> memory_;
+    std::unique_ptr<CountsArchiveReader> archive_;
 };
 
 // The size inferred for a file, or the given one for a stream; for "-"

@@ -6,11 +6,13 @@
 #include <cstdio>
 #include <exception>
 
+#include "alarms.hpp"
 #include "commands.hpp"
 #include "failure.hpp"
 #include "palette.hpp"
 #include "pending_files.hpp"
 #include "synth_scene.hpp"
+#include "view_command.hpp"
 
 namespace {
 
@@ -49,8 +51,11 @@ int main(int argc, char** argv) {
     infoCmd->add_flag("--csv", info.csv, "every frame's settings, one CSV row a frame")->excludes("--json");
 
     ConvertOptions conv;
-    auto* convCmd = app.add_subcommand("convert", "convert frames to temperatures: .csv .tiff .png .json");
-    convCmd->add_option("FILE", conv.file, kFileHelp);
+    auto* convCmd = app.add_subcommand(
+        "convert", "convert frames to temperatures: .csv .tiff .png .json .mp4 .mkv .webm .gif");
+    convCmd->add_option("FILE", conv.inputs,
+                        "raw frame files, gray-value archives (.tiff written with --counts), directories or "
+                        "globs; - reads standard input");
     convCmd->add_option("--caltype", conv.calType, "the camera's CalType");
     convCmd->add_option("--size", conv.size, kSizeHelp);
     convCmd->add_option("-e,--emissivity", conv.emissivity, "emissivity of the object, above 0 and at most 1")
@@ -58,7 +63,9 @@ int main(int argc, char** argv) {
     convCmd->add_option("-d,--distance", conv.distance, "object distance in metres, in place of the block's");
     convCmd->add_option("--frames", conv.frames, "frames A:B (B not included), A:, :B or K");
     convCmd
-        ->add_option("-o,--output", conv.outputs, "output, by extension: .csv .tiff .png .json; repeatable")
+        ->add_option("-o,--output", conv.outputs,
+                     "output, by extension: .csv .tiff .png .json .mp4 .mkv .webm .gif; {stem} is the "
+                     "input's name, {frame} the frame number; repeatable")
         ->allow_extra_args(false);
     convCmd->add_option("--palette", conv.palette, "PNG palette: " + paletteNames())->capture_default_str();
     convCmd->add_option("--range", conv.range,
@@ -77,6 +84,12 @@ int main(int argc, char** argv) {
     convCmd->add_flag("--force", conv.force, "replace existing outputs");
     convCmd->add_flag("--demo", conv.demo, "convert a built-in synthetic frame into demo.png and demo.json");
     convCmd->add_flag("-q,--quiet", conv.quiet, "no summary, no progress bar");
+    convCmd->add_option("--fps", conv.fps, "frames per second of video outputs")->capture_default_str();
+    convCmd->add_flag("--counts", conv.counts,
+                      "a .tiff output holds the gray values and blocks (an archive that converts again)");
+    convCmd->add_option("--table", conv.table,
+                        "CSV of every frame's statistics, a row per frame and region, spot or the frame");
+    convCmd->add_flag("--skip-existing", conv.skipExisting, "pass over inputs whose outputs all exist");
 
     SynthOptions synth;
     auto* synthCmd = app.add_subcommand("synth", "write a synthetic frame or sequence of known temperatures");
@@ -100,6 +113,9 @@ int main(int argc, char** argv) {
     t2gCmd->add_option("-d,--distance", t2g.distance, "object distance in metres, in place of the block's");
     t2gCmd->add_flag("--json", t2g.json, "as JSON");
 
+    ViewOptions view;
+    auto* viewCmd = addViewCommand(app, view);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -108,13 +124,13 @@ int main(int argc, char** argv) {
         return 2;
     }
     removePendingOnSignal();
-    int status = 0;
     try {
         if (listCmd->parsed()) runList(list);
         if (infoCmd->parsed()) runInfo(info);
-        if (convCmd->parsed()) status = runConvert(conv);
+        if (convCmd->parsed()) runConvert(conv);
         if (synthCmd->parsed()) runSynth(synth);
         if (t2gCmd->parsed()) runTemp2Gray(t2g);
+        if (viewCmd->parsed()) runView(view);
     } catch (const Failure& e) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;
@@ -125,5 +141,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kalviro: %s\n", e.what());
         return 1;
     }
-    return status;
+    // An alarm that held is news to a script, though nothing failed.
+    return alarmHeld() ? 3 : 0;
 }

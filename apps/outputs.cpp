@@ -7,10 +7,9 @@
 
 #include "block_fields.hpp"
 #include "failure.hpp"
+#include "output_names.hpp"
 
 namespace kalviro::cli {
-
-namespace {
 
 std::string extensionOf(const std::string& target) {
     const size_t slash = target.rfind('/');
@@ -21,6 +20,8 @@ std::string extensionOf(const std::string& target) {
     return ext;
 }
 
+namespace {
+
 bool perFrameExtension(const std::string& ext) { return ext == "csv" || ext == "png"; }
 
 }  // namespace
@@ -30,18 +31,22 @@ std::unique_ptr<Output> makeOutput(const std::string& target, const RunInfo& run
     const std::string ext = extensionOf(target);
     if (ext == "csv") return makeCsvOutput(target, run, files);
     if (ext == "png") return makePngOutput(target, run, png, files);
+    if ((ext == "tif" || ext == "tiff") && png.counts) return makeCountsOutput(target, run, files);
     if (ext == "tif" || ext == "tiff") return makeTiffOutput(target, run, files);
+    if (isVideoExtension(ext)) return makeVideoOutput(target, run, png, files);
     if (ext == "json") return makeJsonOutput(target, run, files);
     throw Failure("cannot tell the format of " + target +
-                  ": give it the extension .csv, .tiff, .png or .json");
+                  ": give it the extension .csv, .tiff, .png, .json, .mp4, .mkv, .webm or .gif");
 }
 
 std::string numberedName(const std::string& target, uint64_t index, const RunInfo& run) {
-    if (!run.sequence) return target;
+    const bool placeholder = hasPlaceholder(target, "frame");
+    if (!run.sequence && !placeholder) return target;
     size_t digits = 4;
     if (run.totalFrames) digits = std::max(digits, std::to_string(*run.totalFrames - 1).size());
     std::string number = std::to_string(index);
     if (number.size() < digits) number.insert(0, digits - number.size(), '0');
+    if (placeholder) return replacePlaceholder(target, "frame", number);
     const size_t slash = target.rfind('/');
     size_t dot = target.rfind('.');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = target.size();
@@ -50,7 +55,14 @@ std::string numberedName(const std::string& target, uint64_t index, const RunInf
 
 std::vector<std::string> plannedNames(const std::string& target, const RunInfo& run, uint64_t first,
                                       std::optional<uint64_t> end) {
-    if (!perFrameExtension(extensionOf(target)) || !run.sequence) return {target};
+    if (!perFrameExtension(extensionOf(target))) {
+        if (hasPlaceholder(target, "frame")) {
+            throw Failure("bad output name '" + target +
+                          "': {frame} names files written a frame each (.png, .csv)");
+        }
+        return {target};
+    }
+    if (!run.sequence && !hasPlaceholder(target, "frame")) return {target};
     std::vector<std::string> names;
     if (end) {
         for (uint64_t i = first; i < *end; ++i) names.push_back(numberedName(target, i, run));

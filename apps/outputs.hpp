@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "block_settings.hpp"
+#include "canvas.hpp"
 #include "frame_size.hpp"
 #include "kalviro.hpp"
 #include "palette.hpp"
@@ -33,7 +34,7 @@ struct RunInfo {
     std::vector<Spot> spots;
     bool sequence = false;                 // per-frame files get the frame number in their name
     std::optional<uint64_t> totalFrames;   // of the source, when known
-    std::vector<Shape> shapes;             // every region and spot, in the order given
+    std::vector<Area> shapes;              // every region and spot, in the order given
     std::vector<float> otherEmissivities;  // of the shapes, each once, other than the run's
     std::vector<FieldSetting> settings;    // --set, written into each block as read
     Unit unit = Unit::Celsius;             // of every temperature written
@@ -45,6 +46,7 @@ struct RunInfo {
 struct FrameResult {
     uint64_t index = 0;
     std::vector<float> temps;
+    std::vector<uint16_t> grays;  // the frame's gray values, as read
     uint16_t centreGray = 0;
     float perFrame = 0.0f;  // the per-frame call's value for centreGray
     Stats whole;
@@ -64,6 +66,8 @@ struct PngOptions {
     std::optional<std::pair<double, double>> percentiles;  // --range auto:P1:P2
     bool overlays = true;                                  // regions, spots, their values
     std::optional<std::pair<float, float>> isotherm;       // band painted in its own colour
+    double fps = 30.0;                                     // video outputs
+    bool counts = false;  // .tiff holds the gray values and blocks, not temperatures
 };
 
 class Output {
@@ -102,5 +106,17 @@ std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& 
                                       PendingFiles& files);
 std::unique_ptr<Output> makeTiffOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
 std::unique_ptr<Output> makeJsonOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makeCountsOutput(const std::string& target, const RunInfo& run, PendingFiles& files);
+std::unique_ptr<Output> makeVideoOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
+                                        PendingFiles& files);
+bool isVideoExtension(const std::string& ext);
+
+// The false-colour picture of a frame as the PNG shows it (palette, range,
+// colour bar, markers), and the line naming its colour range.
+struct Rendered {
+    Canvas canvas;
+    std::string comment;
+};
+Rendered renderFrame(const FrameResult& r, const RunInfo& run, const PngOptions& png);
 
 }  // namespace kalviro::cli

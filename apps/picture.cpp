@@ -60,9 +60,9 @@ void drawOverlays(Canvas& c, const RunInfo& run, const PngOptions& png, const Fr
     const int32_t font = c.height >= 360 ? 2 : 1;
     const int32_t labelHeight = kGlyphHeight * font + 2;
     for (size_t i = 0; i < run.shapes.size(); ++i) {
-        const Shape& shape = run.shapes[i];
+        const Area& shape = run.shapes[i];
         const auto w = static_cast<uint32_t>(run.size.width);
-        if (shape.kind == ShapeKind::Spot) {
+        if (shape.kind == AreaKind::Spot) {
             const auto x = static_cast<int32_t>(shape.pixels[0] % w) * s;
             const auto y = static_cast<int32_t>(shape.pixels[0] / w) * s;
             // A ring one pixel out from the spot's square.
@@ -79,7 +79,7 @@ void drawOverlays(Canvas& c, const RunInfo& run, const PngOptions& png, const Fr
                       shape.name + " " + temperatureLabel(r.temps[shape.pixels[0]], run.unit), font);
             continue;
         }
-        if (shape.kind == ShapeKind::Line) {
+        if (shape.kind == AreaKind::Line) {
             // A dot on each pixel crossed, at its centre.
             const int32_t d = std::max(1, s / 3);
             for (uint32_t p : shape.pixels) {

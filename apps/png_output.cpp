@@ -68,6 +68,39 @@ void writePng(const std::string& path, const std::string& name, const Canvas& c,
     if (std::fclose(f) != 0) throw Failure("cannot write " + name + ": " + std::strerror(errno));
 }
 
+Canvas draw(const FrameResult& r, const RunInfo& run, const PngOptions& png, float lo, float hi) {
+    const int32_t s = png.scale;
+    const int32_t w = run.size.width * s;
+    const int32_t h = run.size.height * s;
+    const int32_t fontScale = h >= 360 ? 2 : 1;
+    const int32_t panel =
+        kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
+    Canvas c(w + panel, h, kPanel);
+    const Canvas picture = renderPicture(run, png, r, lo, hi);
+    for (int32_t y = 0; y < h; ++y) {
+        std::memcpy(&c.rgb[static_cast<size_t>(y) * static_cast<size_t>(c.width) * 3],
+                    &picture.rgb[static_cast<size_t>(y) * static_cast<size_t>(w) * 3],
+                    static_cast<size_t>(w) * 3);
+    }
+    // The bar: hottest colour at the top.
+    const Palette& pal = *png.palette;
+    const int32_t x0 = w + kBarGap;
+    const int32_t top = std::min(kBarMargin, h / 4);
+    const int32_t bottom = h - 1 - top;
+    for (int32_t y = top; y <= bottom; ++y) {
+        const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
+        Rgb colour = pal[static_cast<size_t>(std::lround(k * 255.0))];
+        // The isotherm band where the bar passes through it.
+        const double t = lo + k * (static_cast<double>(hi) - lo);
+        if (png.isotherm && t >= png.isotherm->first && t <= png.isotherm->second) colour = kIsothermColour;
+        c.fill(x0, y, kBarWidth, 1, colour);
+    }
+    const int32_t lx = x0 + kBarWidth + kLabelGap;
+    drawText(c, lx, top, temperatureLabel(hi, run.unit), kLabel, fontScale);
+    drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, temperatureLabel(lo, run.unit), kLabel, fontScale);
+    return c;
+}
+
 class PngOutput : public Output {
 public:
     PngOutput(std::string target, const RunInfo& run, const PngOptions& png, PendingFiles& files)
@@ -78,51 +111,11 @@ public:
     void frame(const FrameResult& r) override {
         const std::string name = numberedName(target_, r.index, run_);
         const std::string temp = files_.create(name);
-        const auto [lo, hi] = colourRange(png_, r);
-        const Canvas c = draw(r, lo, hi);
-        const std::string comment = "kalviro: CalType " + std::to_string(run_.calType.calType) + ", frame " +
-                                    std::to_string(r.index) + ", colours from " + label(lo) + " to " +
-                                    label(hi) + ", " + unitName(run_.unit);
-        writePng(temp, name, c, comment);
+        const Rendered picture = renderFrame(r, run_, png_);
+        writePng(temp, name, picture.canvas, picture.comment);
     }
 
 private:
-    Canvas draw(const FrameResult& r, float lo, float hi) const {
-        const int32_t s = png_.scale;
-        const int32_t w = run_.size.width * s;
-        const int32_t h = run_.size.height * s;
-        const int32_t fontScale = h >= 360 ? 2 : 1;
-        const int32_t panel =
-            kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
-        Canvas c(w + panel, h, kPanel);
-        const Canvas picture = renderPicture(run_, png_, r, lo, hi);
-        const Palette& pal = *png_.palette;
-        for (int32_t y = 0; y < h; ++y) {
-            std::memcpy(&c.rgb[static_cast<size_t>(y) * static_cast<size_t>(c.width) * 3],
-                        &picture.rgb[static_cast<size_t>(y) * static_cast<size_t>(w) * 3],
-                        static_cast<size_t>(w) * 3);
-        }
-        // The bar: hottest colour at the top.
-        const int32_t x0 = w + kBarGap;
-        const int32_t top = std::min(kBarMargin, h / 4);
-        const int32_t bottom = h - 1 - top;
-        for (int32_t y = top; y <= bottom; ++y) {
-            const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
-            Rgb colour = pal[static_cast<size_t>(std::lround(k * 255.0))];
-            // The isotherm band where the bar passes through it.
-            const double t = lo + k * (static_cast<double>(hi) - lo);
-            if (png_.isotherm && t >= png_.isotherm->first && t <= png_.isotherm->second)
-                colour = kIsothermColour;
-            c.fill(x0, y, kBarWidth, 1, colour);
-        }
-        const int32_t lx = x0 + kBarWidth + kLabelGap;
-        drawText(c, lx, top, label(hi), kLabel, fontScale);
-        drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
-        return c;
-    }
-
-    std::string label(float t) const { return temperatureLabel(t, run_.unit); }
-
     std::string target_;
     const RunInfo& run_;
     PngOptions png_;
@@ -130,6 +123,14 @@ private:
 };
 
 }  // namespace
+
+Rendered renderFrame(const FrameResult& r, const RunInfo& run, const PngOptions& png) {
+    const auto [lo, hi] = colourRange(png, r);
+    return Rendered{draw(r, run, png, lo, hi),
+                    "kalviro: CalType " + std::to_string(run.calType.calType) + ", frame " +
+                        std::to_string(r.index) + ", colours from " + temperatureLabel(lo, run.unit) +
+                        " to " + temperatureLabel(hi, run.unit) + ", " + unitName(run.unit)};
+}
 
 std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& run, const PngOptions& png,
                                       PendingFiles& files) {

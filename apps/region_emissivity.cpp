@@ -4,9 +4,9 @@
 
 namespace kalviro::cli {
 
-std::vector<float> otherEmissivities(const std::vector<Shape>& shapes, float runEmissivity) {
+std::vector<float> otherEmissivities(const std::vector<Area>& shapes, float runEmissivity) {
     std::vector<float> out;
-    for (const Shape& s : shapes) {
+    for (const Area& s : shapes) {
         if (s.emissivity && *s.emissivity != runEmissivity &&
             std::find(out.begin(), out.end(), *s.emissivity) == out.end())
             out.push_back(*s.emissivity);
@@ -58,11 +58,11 @@ void analyseShapes(const RunInfo& run, FrameResult& r) {
     r.histogram = histogramOf(t, nullptr, r.temps.size(), r.whole.min, r.whole.max, run.bins);
     r.shapeStats.clear();
     r.histograms.clear();
-    for (const Shape& s : run.shapes) {
+    for (const Area& s : run.shapes) {
         // Rectangles by the same sums as always: the summary and the report
         // give the same digits.
         const Stats st =
-            s.kind == ShapeKind::Rectangle
+            s.kind == AreaKind::Rectangle
                 ? regionStats(
                       t, w,
                       Region{s.name, static_cast<int32_t>(s.coords[0]), static_cast<int32_t>(s.coords[1]),
@@ -70,7 +70,7 @@ void analyseShapes(const RunInfo& run, FrameResult& r) {
                 : pixelStats(t, w, s.pixels);
         r.shapeStats.push_back(st);
         r.histograms.push_back(
-            s.kind == ShapeKind::Spot ? Histogram{} : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));
+            s.kind == AreaKind::Spot ? Histogram{} : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));
     }
 }
 

@@ -32,7 +32,7 @@ private:
 };
 
 // The distinct emissivities of the shapes other than the run's, in order.
-std::vector<float> otherEmissivities(const std::vector<Shape>& shapes, float runEmissivity);
+std::vector<float> otherEmissivities(const std::vector<Area>& shapes, float runEmissivity);
 
 // Overwrites the pixels of regions with their own emissivity in `temps`
 // (the frame at the run's emissivity).

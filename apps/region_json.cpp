@@ -8,20 +8,20 @@ namespace kalviro::cli {
 
 namespace {
 
-nlohmann::ordered_json coordsJson(const Shape& s) {
+nlohmann::ordered_json coordsJson(const Area& s) {
     const auto& c = s.coords;
     nlohmann::ordered_json j;
     switch (s.kind) {
-        case ShapeKind::Rectangle: j = {{"x", c[0]}, {"y", c[1]}, {"w", c[2]}, {"h", c[3]}}; break;
-        case ShapeKind::Ellipse: j = {{"cx", c[0]}, {"cy", c[1]}, {"rx", c[2]}, {"ry", c[3]}}; break;
-        case ShapeKind::Polygon: {
+        case AreaKind::Rectangle: j = {{"x", c[0]}, {"y", c[1]}, {"w", c[2]}, {"h", c[3]}}; break;
+        case AreaKind::Ellipse: j = {{"cx", c[0]}, {"cy", c[1]}, {"rx", c[2]}, {"ry", c[3]}}; break;
+        case AreaKind::Polygon: {
             nlohmann::ordered_json points = nlohmann::ordered_json::array();
             for (size_t k = 0; k + 1 < c.size(); k += 2) points.push_back({c[k], c[k + 1]});
             j["points"] = points;
             break;
         }
-        case ShapeKind::Line: j = {{"x1", c[0]}, {"y1", c[1]}, {"x2", c[2]}, {"y2", c[3]}}; break;
-        case ShapeKind::Spot: j = {{"x", c[0]}, {"y", c[1]}}; break;
+        case AreaKind::Line: j = {{"x1", c[0]}, {"y1", c[1]}, {"x2", c[2]}, {"y2", c[3]}}; break;
+        case AreaKind::Spot: j = {{"x", c[0]}, {"y", c[1]}}; break;
     }
     // Whole numbers print as such.
     for (auto& v : j) {
@@ -42,14 +42,14 @@ nlohmann::ordered_json histogramJson(const Histogram& h, const Stats& s) {
 nlohmann::ordered_json regionsJson(const RunInfo& run, const FrameResult& r) {
     nlohmann::ordered_json out = nlohmann::ordered_json::array();
     for (size_t i = 0; i < run.shapes.size(); ++i) {
-        const Shape& s = run.shapes[i];
-        if (s.kind == ShapeKind::Spot) continue;
-        nlohmann::ordered_json j = {{"name", s.name}, {"kind", shapeKindName(s.kind)}};
+        const Area& s = run.shapes[i];
+        if (s.kind == AreaKind::Spot) continue;
+        nlohmann::ordered_json j = {{"name", s.name}, {"kind", areaKindName(s.kind)}};
         j.update(coordsJson(s));
         if (s.emissivity) j["emissivity"] = shortestDouble(*s.emissivity);
         j.update(statsJson(r.shapeStats[i]));
         j["histogram"] = histogramJson(r.histograms[i], r.shapeStats[i]);
-        if (s.kind == ShapeKind::Line) {
+        if (s.kind == AreaKind::Line) {
             nlohmann::ordered_json path = nlohmann::ordered_json::array();
             nlohmann::ordered_json profile = nlohmann::ordered_json::array();
             const auto w = static_cast<uint32_t>(run.size.width);
@@ -67,8 +67,8 @@ nlohmann::ordered_json regionsJson(const RunInfo& run, const FrameResult& r) {
 
 nlohmann::ordered_json spotsJson(const RunInfo& run, const FrameResult& r) {
     nlohmann::ordered_json out = nlohmann::ordered_json::array();
-    for (const Shape& s : run.shapes) {
-        if (s.kind != ShapeKind::Spot) continue;
+    for (const Area& s : run.shapes) {
+        if (s.kind != AreaKind::Spot) continue;
         nlohmann::ordered_json j = {{"name", s.name}};
         j.update(coordsJson(s));
         if (s.emissivity) j["emissivity"] = shortestDouble(*s.emissivity);

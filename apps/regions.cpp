@@ -19,7 +19,7 @@ struct KindWords {
     const char* form;
 };
 
-const KindWords& words(ShapeKind kind) {
+const KindWords& words(AreaKind kind) {
     static const KindWords all[] = {
         {"rectangle", "roi", "[name=]x,y,w,h"},
         {"ellipse", "ellipse", "[name=]cx,cy,rx,ry"},
@@ -30,7 +30,7 @@ const KindWords& words(ShapeKind kind) {
     return all[static_cast<int>(kind)];
 }
 
-bool wholeNumbers(ShapeKind kind) { return kind != ShapeKind::Ellipse && kind != ShapeKind::Polygon; }
+bool wholeNumbers(AreaKind kind) { return kind != AreaKind::Ellipse && kind != AreaKind::Polygon; }
 
 // Comma-separated numbers: whole and non-negative for pixel positions,
 // decimals for points of the image plane.
@@ -145,30 +145,30 @@ std::vector<uint32_t> linePixels(int64_t x1, int64_t y1, int64_t x2, int64_t y2,
 
 }  // namespace
 
-const char* shapeKindName(ShapeKind kind) { return words(kind).name; }
+const char* areaKindName(AreaKind kind) { return words(kind).name; }
 
-std::vector<uint32_t> shapePixels(ShapeKind kind, const std::vector<double>& c, const FrameSize& size) {
+std::vector<uint32_t> areaPixels(AreaKind kind, const std::vector<double>& c, const FrameSize& size) {
     const auto i = [&](size_t k) { return static_cast<int64_t>(c[k]); };
     std::vector<uint32_t> out;
     switch (kind) {
-        case ShapeKind::Rectangle:
+        case AreaKind::Rectangle:
             for (int64_t y = i(1); y < i(1) + i(3); ++y)
                 for (int64_t x = i(0); x < i(0) + i(2); ++x) pushIfInside(out, x, y, size);
             break;
-        case ShapeKind::Ellipse: out = ellipsePixels(c[0], c[1], c[2], c[3], size); break;
-        case ShapeKind::Polygon: out = polygonPixels(c, size); break;
-        case ShapeKind::Line: out = linePixels(i(0), i(1), i(2), i(3), size); break;
-        case ShapeKind::Spot: pushIfInside(out, i(0), i(1), size); break;
+        case AreaKind::Ellipse: out = ellipsePixels(c[0], c[1], c[2], c[3], size); break;
+        case AreaKind::Polygon: out = polygonPixels(c, size); break;
+        case AreaKind::Line: out = linePixels(i(0), i(1), i(2), i(3), size); break;
+        case AreaKind::Spot: pushIfInside(out, i(0), i(1), size); break;
     }
     return out;
 }
 
-Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const FrameSize& size) {
+Area parseArea(AreaKind kind, const std::string& text, size_t number, const FrameSize& size) {
     const KindWords& w = words(kind);
     const auto bad = [&](const std::string& why) {
         return Failure("bad " + std::string(w.name) + " '" + text + "': " + why);
     };
-    Shape s;
+    Area s;
     s.kind = kind;
     std::string body = text;
     const size_t colon = body.rfind(':');
@@ -190,8 +190,10 @@ Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const F
         s.name = body.substr(0, eq);
         body = body.substr(eq + 1);
         if (s.name.empty()) throw bad("empty name before '='");
-        if (s.name.find_first_of(".,:<>=! ") != std::string::npos || s.name.size() > 64)
-            throw bad("a name is up to 64 characters without . , : < > = ! or space");
+        // ':' starts the suffix, '<' and '>' an alarm's comparison.
+        if (s.name.find_first_of(":<>") != std::string::npos ||
+            std::any_of(s.name.begin(), s.name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }))
+            throw bad("a name holds no : < > or control character");
     } else {
         s.name = w.defaultName + std::to_string(number);
     }
@@ -203,20 +205,20 @@ Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const F
     const double width = size.width, height = size.height;
     const std::string frame = " the " + size.text() + " frame";
     switch (kind) {
-        case ShapeKind::Rectangle:
+        case AreaKind::Rectangle:
             if (n != 4) throw expected();
             if (s.coords[2] == 0 || s.coords[3] == 0) throw bad("width and height must be at least 1");
             if (s.coords[0] + s.coords[2] > width || s.coords[1] + s.coords[3] > height)
                 throw bad("reaches outside" + frame);
             break;
-        case ShapeKind::Ellipse:
+        case AreaKind::Ellipse:
             if (n != 4) throw expected();
             if (!(s.coords[2] > 0 && s.coords[3] > 0)) throw bad("the radii must be above 0");
             if (s.coords[0] - s.coords[2] < 0 || s.coords[0] + s.coords[2] > width ||
                 s.coords[1] - s.coords[3] < 0 || s.coords[1] + s.coords[3] > height)
                 throw bad("reaches outside" + frame);
             break;
-        case ShapeKind::Polygon:
+        case AreaKind::Polygon:
             if (n < 6 || n % 2 != 0) throw expected();
             for (size_t k = 0; k < n; k += 2) {
                 if (s.coords[k] < 0 || s.coords[k] > width || s.coords[k + 1] < 0 || s.coords[k + 1] > height)
@@ -224,28 +226,28 @@ Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const F
                               " lies outside" + frame);
             }
             break;
-        case ShapeKind::Line:
+        case AreaKind::Line:
             if (n != 4) throw expected();
             if (s.coords[0] >= width || s.coords[2] >= width || s.coords[1] >= height ||
                 s.coords[3] >= height)
                 throw bad("an end lies outside" + frame);
             break;
-        case ShapeKind::Spot:
+        case AreaKind::Spot:
             if (n != 2) throw expected();
             if (s.coords[0] >= width || s.coords[1] >= height) throw bad("lies outside" + frame);
             break;
     }
-    s.pixels = shapePixels(kind, s.coords, size);
+    s.pixels = areaPixels(kind, s.coords, size);
     if (s.pixels.empty()) throw bad("holds no pixel centre");
     return s;
 }
 
-void requireDistinctNames(const std::vector<Shape>& shapes) {
+void requireDistinctNames(const std::vector<Area>& shapes) {
     std::set<std::string> seen;
-    for (const Shape& s : shapes) {
+    for (const Area& s : shapes) {
         if (s.name == "frame")
             throw Failure("the name 'frame' stands for the whole frame: name the " +
-                          std::string(shapeKindName(s.kind)) + " otherwise");
+                          std::string(areaKindName(s.kind)) + " otherwise");
         if (!seen.insert(s.name).second) throw Failure("two regions or spots are named '" + s.name + "'");
     }
 }

@@ -1,4 +1,4 @@
-// Regions of every shape: rectangles, ellipses, polygons, lines and spots,
+// Areas of every shape: rectangles, ellipses, polygons, lines and spots,
 // each with a name and optionally its own emissivity, and the pixels each
 // holds. Coordinates are those of the image plane: pixel (x, y) covers
 // [x, x+1) x [y, y+1), its centre is (x + 0.5, y + 0.5).
@@ -26,13 +26,13 @@
 
 namespace kalviro::cli {
 
-enum class ShapeKind : uint8_t { Rectangle, Ellipse, Polygon, Line, Spot };
+enum class AreaKind : uint8_t { Rectangle, Ellipse, Polygon, Line, Spot };
 
 // "rectangle", "ellipse", "polygon", "line", "spot".
-const char* shapeKindName(ShapeKind kind);
+const char* areaKindName(AreaKind kind);
 
-struct Shape {
-    ShapeKind kind = ShapeKind::Rectangle;
+struct Area {
+    AreaKind kind = AreaKind::Rectangle;
     std::string name;
     std::vector<double> coords;       // as given, in the kind's order
     std::optional<float> emissivity;  // its own, from the suffix :e=E
@@ -43,13 +43,13 @@ struct Shape {
 // their number among that kind (roi1, ellipse2, polygon1, line3, spot1).
 // Failure, one line, on anything else, on a shape reaching outside the
 // frame or holding no pixel.
-Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const FrameSize& size);
+Area parseArea(AreaKind kind, const std::string& text, size_t number, const FrameSize& size);
 
 // The pixels of a shape on a frame of that size, as described above.
-std::vector<uint32_t> shapePixels(ShapeKind kind, const std::vector<double>& coords, const FrameSize& size);
+std::vector<uint32_t> areaPixels(AreaKind kind, const std::vector<double>& coords, const FrameSize& size);
 
 // Failure when two shapes share a name, or a name is "frame".
-void requireDistinctNames(const std::vector<Shape>& shapes);
+void requireDistinctNames(const std::vector<Area>& shapes);
 
 // Statistics of the listed pixels: the same numbers as regionStats gives
 // for a rectangle (finite values only; extremes first in list order; mean

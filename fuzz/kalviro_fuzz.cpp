@@ -446,6 +446,17 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
             const float want = cam.real(in.pixels[i], block, in.emissivity, in.distance);
             FUZZ_CHECK(bitsOf(gOut[i]) == bitsOf(want), "Camera::realFrame pixel %zu", i);
         }
+        // The viewer keeps each frame's camera as its per-frame call left it
+        // and converts the frame later, after the running camera moved on.
+        static float perPixel[kMaxPixels];
+        std::memcpy(perPixel, gOut, in.count * sizeof *gOut);
+        const kalviro::Camera kept = cam;
+        TempFrameInfo next;
+        std::memcpy(&next, raw, sizeof next);
+        cam.init(in.pixels[in.count - 1], &next, in.emissivity, in.distance);
+        kept.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
+        FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+                   "a kept Camera's whole frame differs from its per-pixel calls");
     }
     checkUnchanged(before, raw, "a reading Camera call", in.calType);
 }

@@ -24,6 +24,14 @@ packages=(
     libtiff-dev
     nlohmann-json3-dev
     libmpfr-dev
+    libavcodec-dev
+    libavformat-dev
+    libswscale-dev
+    libavutil-dev
+    libcpp-httplib-dev
+    chromium
+    chromium-driver
+    python3-selenium
     "$@"
 )
 

@@ -1,0 +1,136 @@
+"""What the viewer's tests share: a running `kalviro view`, a synthetic
+recording, and its temperatures through the library's per-pixel C entry
+called through ctypes in a fresh process."""
+import http.client
+import os
+import re
+import signal
+import struct
+import subprocess
+import sys
+import threading
+
+import pytest
+
+KALVIRO = os.environ.get("KALVIRO", "kalviro")
+LIBRARY = os.environ.get("KALVIRO_LIBRARY", "libkalviro.so")
+
+CALTYPE = 21
+W, H, FRAMES = 160, 120, 6
+BLOCK = 512
+FRAME_BYTES = W * H * 2 + BLOCK
+
+
+class Viewer:
+    """A running `kalviro view`; its URL read from the first line it prints."""
+
+    def __init__(self, args, stdin=None, cwd=None):
+        self.proc = subprocess.Popen([KALVIRO, "view", *args, "--no-browser"], stdin=stdin, cwd=cwd,
+                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        line = []
+        reader = threading.Thread(target=lambda: line.append(self.proc.stdout.readline().decode()))
+        reader.start()
+        reader.join(60)
+        if not line or not line[0].startswith("http://127.0.0.1:"):
+            code, err = self.stop()
+            raise AssertionError(f"no URL from kalviro view: {line!r}, exit {code}, {err}")
+        self.url = line[0].strip()
+        m = re.fullmatch(r"http://127\.0\.0\.1:(\d+)/\?token=([0-9a-f]{32,})", self.url)
+        assert m, self.url
+        self.port, self.token = int(m.group(1)), m.group(2)
+
+    def request(self, path, headers=None, token=True, method="GET", host=True):
+        """The status, body and response of one request on a fresh
+        connection; Host names this server unless `headers` or `host` say
+        otherwise."""
+        conn = http.client.HTTPConnection("127.0.0.1", self.port, timeout=30)
+        if token:
+            path += ("&" if "?" in path else "?") + "token=" + self.token
+        conn.putrequest(method, path, skip_host=True, skip_accept_encoding=True)
+        hdrs = {"Host": f"127.0.0.1:{self.port}"} if host else {}
+        hdrs.update(headers or {})
+        for k, v in hdrs.items():
+            conn.putheader(k, v)
+        conn.endheaders()
+        r = conn.getresponse()
+        body = r.read()
+        conn.close()
+        return r.status, body, r
+
+    def get(self, path, **kw):
+        return self.request(path, **kw)
+
+    def stop(self):
+        """Ctrl-C; the exit status and what the viewer said."""
+        if self.proc.poll() is None:
+            self.proc.send_signal(signal.SIGINT)
+        try:
+            self.proc.wait(30)
+        except subprocess.TimeoutExpired:
+            self.proc.kill()
+            self.proc.wait()
+        err = self.proc.stderr.read().decode()
+        self.proc.stdout.close()
+        self.proc.stderr.close()
+        if self.proc.stdin:
+            try:
+                self.proc.stdin.close()
+            except BrokenPipeError:
+                pass
+        return self.proc.returncode, err
+
+
+PER_PIXEL = r"""
+import ctypes, sys, struct
+lib = ctypes.CDLL(sys.argv[1])
+for f in (lib.KALVIRO_Gray2Temp_Init, lib.KALVIRO_Gray2Temp_Real):
+    f.restype = ctypes.c_float
+    f.argtypes = [ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, ctypes.c_float, ctypes.c_float]
+path, frames, w, h, cal = sys.argv[2], int(sys.argv[3]), int(sys.argv[4]), int(sys.argv[5]), int(sys.argv[6])
+data = open(path, 'rb').read()
+size = w * h * 2 + 512
+out = sys.stdout.buffer
+for n in range(frames):
+    raw = data[n * size:(n + 1) * size]
+    gray = struct.unpack('<%dH' % (w * h), raw[:w * h * 2])
+    block = ctypes.create_string_buffer(raw[w * h * 2:], 512)
+    lib.KALVIRO_Gray2Temp_Init(cal, gray[(h // 2) * w + w // 2], block, 0.95, 0.0)
+    real = lib.KALVIRO_Gray2Temp_Real
+    out.write(struct.pack('<%df' % (w * h), *[real(cal, g, block, 0.95, 0.0) for g in gray]))
+"""
+
+
+def per_pixel_temps(path, frames, width, height):
+    """Every frame through the C entries in a fresh process: the per-frame
+    call on the centre pixel in frame order, then the per-pixel call on
+    each pixel. The float32 bits, as bytes, per frame."""
+    raw = subprocess.run([sys.executable, "-c", PER_PIXEL, LIBRARY, path, str(frames), str(width), str(height),
+                          str(CALTYPE)], check=True, capture_output=True, timeout=300).stdout
+    n = width * height * 4
+    return [raw[i * n:(i + 1) * n] for i in range(frames)]
+
+
+def floats(raw):
+    return struct.unpack("<%df" % (len(raw) // 4), raw)
+
+
+@pytest.fixture(scope="module")
+def work(tmp_path_factory):
+    d = tmp_path_factory.mktemp("view")
+    subprocess.run([KALVIRO, "synth", "--caltype", str(CALTYPE), "--size", f"{W}x{H}", "--frames", str(FRAMES),
+                    "--scene", "hotspot", "-o", str(d / "rec.raw")], check=True, capture_output=True, timeout=120)
+    return d
+
+
+@pytest.fixture(scope="module")
+def viewer(work):
+    v = Viewer([str(work / "rec.raw"), "--caltype", str(CALTYPE)])
+    yield v
+    code, err = v.stop()
+    assert code == 0, err
+    assert "viewer stopped" in err
+
+
+@pytest.fixture(scope="module")
+def truth(work):
+    return per_pixel_temps(str(work / "rec.raw"), FRAMES, W, H)

@@ -1,0 +1,258 @@
+"""`kalviro view` driven in headless Chromium, as a user drives it.
+
+Temperatures are checked against the library's per-pixel C entry (see
+conftest.py) and region statistics against `kalviro convert --roi`'s JSON.
+Runs as root and without a display: --headless, --no-sandbox.
+"""
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+import time
+
+import pytest
+
+from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+
+CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
+DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
+OUT = os.environ.get("KALVIRO_BROWSER_OUT", tempfile.gettempdir())
+
+webdriver = pytest.importorskip("selenium.webdriver", reason="python3-selenium is not installed")
+from selenium.webdriver.common.action_chains import ActionChains  # noqa: E402
+from selenium.webdriver.common.by import By  # noqa: E402
+from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
+
+if not (os.access(CHROMIUM, os.X_OK) and os.access(DRIVER, os.X_OK)):
+    pytest.skip(f"no Chromium here ({CHROMIUM}, {DRIVER}): install chromium and chromium-driver",
+                allow_module_level=True)
+
+
+def make_browser():
+    opts = webdriver.ChromeOptions()
+    opts.binary_location = CHROMIUM
+    for flag in ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+                 "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                 "--disable-dev-shm-usage", "--window-size=1400,1000", "--force-device-scale-factor=1",
+                 # A rebinding attack's name for this machine, resolved with no DNS.
+                 "--host-resolver-rules=MAP rebound.test 127.0.0.1"]:
+        opts.add_argument(flag)
+    profile = tempfile.mkdtemp(prefix="kalviro-chromium-")
+    opts.add_argument("--user-data-dir=" + profile)
+    service = webdriver.ChromeService(executable_path=DRIVER) if hasattr(webdriver, "ChromeService") \
+        else webdriver.chrome.service.Service(executable_path=DRIVER)
+    driver = webdriver.Chrome(service=service, options=opts)
+    driver.set_page_load_timeout(120)
+    driver.set_script_timeout(120)
+    driver.kalviro_profile = profile
+    return driver
+
+
+# Generous: a loaded 2-core machine is slow, and waits end as soon as met.
+def wait_for(driver, script, timeout=60):
+    return WebDriverWait(driver, timeout, poll_frequency=0.05).until(lambda d: d.execute_script(script))
+
+
+def open_page(driver, url):
+    driver.get(url)
+    wait_for(driver, "return window.kalviroView && window.kalviroView.ready === true")
+
+
+def pixel_offset(driver, x, y):
+    """The offset from the canvas's centre of frame pixel (x, y)."""
+    size = driver.find_element(By.ID, "frame").size
+    return (int((x + 0.5) * size["width"] / W - size["width"] / 2),
+            int((y + 0.5) * size["height"] / H - size["height"] / 2))
+
+
+def hover(driver, x, y):
+    dx, dy = pixel_offset(driver, x, y)
+    ActionChains(driver).move_to_element_with_offset(driver.find_element(By.ID, "frame"), dx, dy).perform()
+    wait_for(driver, "return document.getElementById('readout').textContent.includes('at (%d, %d)')" % (x, y))
+    return driver.find_element(By.ID, "readout").text
+
+
+def drag(driver, a, b):
+    canvas = driver.find_element(By.ID, "frame")
+    ax, ay = pixel_offset(driver, *a)
+    bx, by = pixel_offset(driver, *b)
+    (ActionChains(driver).move_to_element_with_offset(canvas, ax, ay).click_and_hold()
+     .move_to_element_with_offset(canvas, (ax + bx) // 2, (ay + by) // 2)
+     .move_to_element_with_offset(canvas, bx, by).release().perform())
+
+
+def shown_frame(driver):
+    return int(driver.find_element(By.ID, "frame-number").text)
+
+
+@pytest.fixture(scope="module")
+def browser():
+    driver = make_browser()
+    yield driver
+    driver.quit()
+    shutil.rmtree(driver.kalviro_profile, ignore_errors=True)
+
+
+# ---- tests ----
+
+def test_readout_region_and_frames(viewer, browser, truth, work):
+    open_page(browser, viewer.url + "#frame=2")
+    assert shown_frame(browser) == 2
+    temps = floats(truth[2])
+    gray = (work / "rec.raw").read_bytes()[2 * (W * H * 2 + BLOCK):]
+    requests = "return performance.getEntriesByType('resource').length"
+    browser.execute_script("performance.setResourceTimingBufferSize(100000)")
+    before = browser.execute_script(requests)
+    for x, y in [(0, 0), (W - 1, H - 1), (80, 60), (37, 91), (W // 2 + 3, H // 2 - 7)]:
+        text = hover(browser, x, y)
+        g = gray[2 * (y * W + x)] | gray[2 * (y * W + x) + 1] << 8
+        assert text == f"{temps[y * W + x]:.2f} °C at ({x}, {y}), gray {g}", (x, y)
+    assert browser.execute_script(requests) == before  # hovering asks the server nothing
+
+    # A rectangle: its statistics as `kalviro convert --roi` gives them.
+    drag(browser, (60, 40), (89, 64))
+    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 1")
+    row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr")
+    page = {k: row.find_element(By.CLASS_NAME, k).text for k in ("min", "max", "mean", "std")}
+    out = work / "roi.json"
+    subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", "2",
+                    "--roi", "60,40,30,25", "-o", str(out), "-q", "--force"], check=True, capture_output=True)
+    roi = json.loads(out.read_text())["frames"][0]["rois"][0]
+    for k in page:
+        assert float(page[k]) == pytest.approx(roi[k], abs=0.0051), k
+    command = browser.find_element(By.ID, "command").get_attribute("value")
+    assert "--roi roi1=60,40,30,25" in command and "--frames 2" in command
+
+    # A spot, a line and an ellipse; the plot over time covers every frame.
+    ActionChains(browser).move_to_element_with_offset(browser.find_element(By.ID, "frame"),
+                                                      *pixel_offset(browser, 10, 10)).click().perform()
+    browser.execute_script("document.getElementById('tool').value = 'line'")
+    drag(browser, (5, 100), (150, 20))
+    browser.execute_script("document.getElementById('tool').value = 'ellipse'")
+    drag(browser, (20, 20), (60, 50))
+    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 4")
+    command = browser.find_element(By.ID, "command").get_attribute("value")
+    for part in ("--spot 10,10", "--line line1=5,100,150,20", "--ellipse ellipse1=20,20,41,31", "--table"):
+        assert part in command
+    wait_for(browser, "return state.series && state.series.frames.length === %d && "
+                      "state.series.shapes.length === 4" % FRAMES)
+
+    # Following the fragment jumps.
+    browser.execute_script("location.hash = '#frame=4'")
+    wait_for(browser, "return document.getElementById('frame-number').textContent === '4'")
+    assert hover(browser, 80, 60).startswith(f"{floats(truth[4])[60 * W + 80]:.2f} °C")
+    assert browser.find_element(By.ID, "uptime").text != "-"
+    assert len(browser.find_elements(By.CSS_SELECTOR, "#fields tbody tr")) > 30
+
+    # The screenshot of the documentation.
+    browser.execute_script("document.getElementById('palette').value = 'iron';")
+    browser.save_screenshot(os.path.join(OUT, "view.png"))
+
+
+def test_live_stream_follows_and_keeps_frames(work, browser):
+    data = (work / "rec.raw").read_bytes()
+    size = W * H * 2 + BLOCK
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
+    try:
+        v.proc.stdin.write(data[:2 * size])
+        v.proc.stdin.flush()
+        open_page(browser, v.url)
+        wait_for(browser, "return document.getElementById('frame-number').textContent === '1'")
+        # A spot: its plot over time grows with the stream.
+        ActionChains(browser).move_to_element_with_offset(browser.find_element(By.ID, "frame"),
+                                                          *pixel_offset(browser, 80, 60)).click().perform()
+        for n in (2, 3):
+            time.sleep(0.3)
+            v.proc.stdin.write(data[n * size:(n + 1) * size])
+            v.proc.stdin.flush()
+            wait_for(browser, f"return document.getElementById('frame-number').textContent === '{n}'")
+        wait_for(browser, "return state.series && state.series.frames.length === 4")
+        browser.find_element(By.ID, "live-pause").click()
+        v.proc.stdin.write(data[4 * size:5 * size] + data[5 * size:5 * size + 1000])  # and part of a frame
+        v.proc.stdin.close()
+        wait_for(browser, "return document.getElementById('frame-count').textContent === '5'")
+        time.sleep(0.3)
+        assert shown_frame(browser) == 3  # held while frames kept arriving
+        browser.find_element(By.ID, "live-pause").click()
+        wait_for(browser, "return document.getElementById('frame-number').textContent === '4'")
+        status, body, _ = v.get("/api/recording")
+        assert status == 200 and body == data[:5 * size]
+    finally:
+        code, err = v.stop()
+    assert code == 0, err
+    assert "is truncated: frame 5 stops after 1000" in err and "5 whole frame(s)" in err
+
+
+def test_plays_and_pauses_640x512(work, browser):
+    # Speed is measured by bench/view_speed.py; here playing must go round
+    # the frames and stop on pause.
+    big = work / "big.raw"
+    subprocess.run([KALVIRO, "synth", "--caltype", str(CALTYPE), "--size", "640x512", "--frames", "4",
+                    "--scene", "person", "-o", str(big)], check=True, capture_output=True, timeout=300)
+    v = Viewer([str(big), "--caltype", str(CALTYPE)])
+    try:
+        open_page(browser, v.url)
+        assert browser.execute_script("return document.getElementById('frame').width") == 640
+        browser.find_element(By.ID, "play").click()
+        wait_for(browser, "return window.kalviroView.playFrames >= 6")  # past the last frame and round
+        browser.find_element(By.ID, "play").click()
+        wait_for(browser, "return document.getElementById('play').textContent === 'play'")
+        held = shown_frame(browser)
+        time.sleep(0.5)
+        assert shown_frame(browser) == held
+        assert browser.execute_script("return location.hash") == f"#frame={held}"
+    finally:
+        assert v.stop()[0] == 0
+
+
+def test_browser_is_refused(viewer, browser):
+    body = lambda: browser.find_element(By.TAG_NAME, "body").text  # noqa: E731
+    base = f"http://127.0.0.1:{viewer.port}"
+    browser.get(base + "/")
+    assert "forbidden: no valid token" in body()
+    # A name rebound to 127.0.0.1: the token does not help it.
+    browser.get(f"http://rebound.test:{viewer.port}/?token={viewer.token}")
+    assert "forbidden: foreign Host" in body()
+    browser.get(f"{base}/../../etc/passwd?token={viewer.token}")
+    assert ("not found" in body() or "HTTP ERROR 404" in body()) and "root:" not in body()
+    # A page of another origin cannot read the data, token or not.
+    browser.get(f"http://rebound.test:{viewer.port}/")
+    got = browser.execute_async_script("""
+        const done = arguments[arguments.length - 1];
+        fetch(arguments[0]).then((r) => done('status ' + r.status), (e) => done('failed'));""",
+                                       viewer.url.replace("/?", "/api/info?"))
+    assert got in ("failed", "status 403"), got
+
+
+def test_colours_are_the_commands(viewer, browser, work):
+    # The PNG of `kalviro convert`, decoded by the browser, against the
+    # page's canvas pixel for pixel, for each palette and a fixed range.
+    import base64
+    open_page(browser, viewer.url + "#frame=3")
+    for palette in browser.execute_script("return Object.keys(state.palettes)"):
+        out = work / f"colours_{palette}.png"
+        subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", "3",
+                        "--palette", palette, "--range", "20:30.5", "--no-markers", "-o", str(out), "-q",
+                        "--force"], check=True, capture_output=True, timeout=60)
+        png = next(work.glob(f"colours_{palette}*.png")).read_bytes()
+        differ = browser.execute_async_script("""
+            const [png, palette, w, h, done] = arguments;
+            document.getElementById('range').value = '20:30.5';
+            document.getElementById('palette').value = palette;
+            render();
+            const page = document.getElementById('frame').getContext('2d').getImageData(0, 0, w, h).data;
+            const img = new Image();
+            img.onload = () => {
+              const c = document.createElement('canvas');
+              c.width = img.width; c.height = img.height;
+              const ctx = c.getContext('2d');
+              ctx.drawImage(img, 0, 0);
+              const file = ctx.getImageData(0, 0, w, h).data;
+              let differ = 0;
+              for (let i = 0; i < file.length; i++) if (file[i] !== page[i]) differ++;
+              done(differ);
+            };
+            img.onerror = () => done('the PNG did not load');
+            img.src = 'data:image/png;base64,' + png;""", base64.b64encode(png).decode(), palette, W, H)
+        assert differ == 0, palette

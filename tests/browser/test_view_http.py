@@ -1,0 +1,225 @@
+"""`kalviro view`'s HTTP side with plain requests, no browser: the numbers
+of its endpoints against the per-pixel C entry and `kalviro convert`, and
+the requests it must refuse."""
+import json
+import os
+import socket
+import subprocess
+
+import pytest
+
+from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+
+
+def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
+    data = (work / "rec.raw").read_bytes()
+    status, body, _ = viewer.get("/api/info")
+    info = json.loads(body)
+    assert (status, info["width"], info["height"], info["frames"], info["calType"], info["emissivity"]) == \
+        (200, W, H, FRAMES, CALTYPE, 0.95)
+    # Out of order and twice: a frame's numbers do not depend on which
+    # frames were asked for before it.
+    for n in [3, 0, 5, 1, 4, 2, 0, 5]:
+        frame = data[n * FRAME_BYTES:(n + 1) * FRAME_BYTES]
+        status, body, r = viewer.get(f"/api/frame/{n}")
+        assert status == 200 and r.getheader("Content-Type") == "application/octet-stream"
+        assert body == truth[n], f"frame {n}"
+        assert viewer.get(f"/api/frame/{n}/gray")[1] == frame[:W * H * 2]
+        assert viewer.get(f"/api/frame/{n}/block?format=raw")[1] == frame[W * H * 2:]
+    block = json.loads(viewer.get("/api/frame/2/block")[1])
+    info_cmd = json.loads(subprocess.run([KALVIRO, "info", str(work / "rec.raw"), "--caltype", str(CALTYPE),
+                                          "--frame", "2", "--json"], check=True, capture_output=True,
+                                         text=True).stdout)
+    assert block["block"] == info_cmd["block"]
+    assert block["upTime"] == info_cmd["block"]["upTime"]
+    status, body, _ = viewer.get("/api/recording")
+    assert status == 200 and body == data
+
+
+def test_series_equals_convert(viewer, work, truth):
+    status, body, _ = viewer.get("/api/series?roi=hot%3D60,40,30,25&spot=80,60&line=0,0,3,3&from=1&to=5")
+    assert status == 200
+    series = json.loads(body)
+    assert series["frames"] == [1, 2, 3, 4]
+    hot = next(q for q in series["shapes"] if q["name"] == "hot")
+    spot = next(q for q in series["shapes"] if q["shape"] == "spot")
+    line = next(q for q in series["shapes"] if q["shape"] == "line")
+    for i, n in enumerate(series["frames"]):
+        out = work / f"series_{n}.json"
+        subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", str(n),
+                        "--roi", "hot=60,40,30,25", "--spot", "80,60", "-o", str(out), "-q", "--force"],
+                       check=True, capture_output=True, timeout=60)
+        frame = json.loads(out.read_text())["frames"][0]
+        for key in ("min", "max", "mean", "std"):
+            assert hot[key][i] == pytest.approx(frame["rois"][0][key], abs=0.0051), (n, key)
+        assert spot["t"][i] == pytest.approx(frame["spots"][0]["t"], abs=0.0051)
+        # The diagonal's four pixels, read back from the per-pixel bits.
+        t = floats(truth[n])
+        diag = [t[k * W + k] for k in range(4)]
+        assert line["min"][i] == pytest.approx(min(diag), abs=1e-5)
+        assert line["max"][i] == pytest.approx(max(diag), abs=1e-5)
+        assert line["mean"][i] == pytest.approx(sum(diag) / 4, abs=1e-5)
+
+
+def _refusal_cases(port):
+    other = f"evil.example:{port}"
+    return [
+        # path, headers, send token, send Host, status
+        ("/api/info", {}, False, True, 403),
+        ("/", {}, False, True, 403),
+        ("/view.js", {}, False, True, 403),
+        ("/api/frame/0", {}, False, True, 403),
+        ("/api/info?token=" + "0" * 32, {}, False, True, 403),
+        ("/api/info?token=", {}, False, True, 403),
+        ("/api/info", {"Host": other}, True, True, 403),
+        ("/api/info", {"Host": "127.0.0.1:1"}, True, True, 403),
+        ("/api/info", {"Host": "127.0.0.1"}, True, True, 403),
+        ("/api/info", {"Host": f"127.0.0.1.evil.example:{port}"}, True, True, 403),
+        ("/api/info", {}, True, False, 403),  # no Host at all
+        ("/api/info", {"Origin": "http://evil.example"}, True, True, 403),
+        ("/api/info", {"Origin": "null"}, True, True, 403),
+        ("/api/info", {"Origin": f"http://{other}"}, True, True, 403),
+        ("/api/info", {"Origin": f"https://127.0.0.1:{port}"}, True, True, 403),
+        ("/api/info", {"Cookie": f"kalviro_{port}=x"}, False, True, 403),
+        ("/api/info", {"Cookie": f"other_{port}=x"}, False, True, 403),
+        # Outside what is served.
+        ("/../../etc/passwd", {}, True, True, 404),
+        ("/%2e%2e/%2e%2e/etc/passwd", {}, True, True, 404),
+        ("/etc/passwd", {}, True, True, 404),
+        ("//etc/passwd", {}, True, True, 404),
+        ("/view.js/../../../etc/passwd", {}, True, True, 404),
+        ("/rec.raw", {}, True, True, 404),
+        ("/CMakeLists.txt", {}, True, True, 404),
+        ("/view.jsx", {}, True, True, 404),
+        ("/api/frame/6", {}, True, True, 404),
+        ("/api/frame/99999999999999999999999", {}, True, True, 404),
+        ("/api/frame/-1", {}, True, True, 404),
+        ("/api/frame/1x", {}, True, True, 404),
+        ("/api/series?roi=150,100,20,20", {}, True, True, 400),
+        ("/api/series?spot=160,0", {}, True, True, 400),
+        ("/api/series?line=0,0,5", {}, True, True, 400),
+        ("/api/series?ellipse=a,b,c,d", {}, True, True, 400),
+        ("/api/series?spot=1,1&from=x", {}, True, True, 400),
+        ("/api/wait?after=nine", {}, True, True, 400),
+        # Accepted: the names of this server, the token or its cookie.
+        ("/api/info", {"Host": f"localhost:{port}"}, True, True, 200),
+        ("/api/info", {"Origin": f"http://127.0.0.1:{port}"}, True, True, 200),
+        ("/api/info", {"Origin": f"http://localhost:{port}", "Host": f"localhost:{port}"}, True, True, 200),
+    ]
+
+
+def test_refusals(viewer):
+    for path, headers, token, host, status in _refusal_cases(viewer.port):
+        got, body, _ = viewer.request(path, headers=headers, token=token, host=host)
+        assert got == status, (path, headers, token, host, body)
+        if status != 200:
+            assert b"\x00" not in body and len(body) < 200, (path, body)
+
+
+def test_only_get(viewer):
+    for method in ("POST", "PUT", "DELETE", "PATCH"):
+        status, _, _ = viewer.request("/api/info", method=method)
+        assert status in (400, 404, 405), method
+
+
+def test_token_cookie(viewer):
+    status, _, r = viewer.get("/")
+    cookie = r.getheader("Set-Cookie")
+    assert status == 200 and "HttpOnly" in cookie and "SameSite=Strict" in cookie
+    pair = cookie.split(";")[0]
+    assert viewer.get("/api/info", headers={"Cookie": pair}, token=False)[0] == 200
+    assert viewer.get("/api/info", headers={"Cookie": "a=b; " + pair}, token=False)[0] == 200
+    # The cookie does not let a foreign page in.
+    assert viewer.get("/api/info", headers={"Cookie": pair, "Origin": "http://evil.example"}, token=False)[0] == 403
+    # A page load without the token sets no cookie.
+    assert viewer.get("/", token=False)[2].getheader("Set-Cookie") is None
+    # Every answer forbids framing and sniffing.
+    r = viewer.get("/")[2]
+    assert r.getheader("X-Frame-Options") == "DENY" and r.getheader("X-Content-Type-Options") == "nosniff"
+    assert "default-src 'self'" in r.getheader("Content-Security-Policy")
+
+
+def test_garbage_on_the_socket(viewer):
+    # Not HTTP, an endless header, a half request: the server answers or
+    # closes, and goes on serving.
+    for payload in [b"\x00\xff" * 100 + b"\r\n\r\n", b"GET / HTTP/1.1\r\nX: " + b"a" * 100000 + b"\r\n\r\n",
+                    b"GET /api/info HTTP/1.1\r\n"]:
+        with socket.create_connection(("127.0.0.1", viewer.port), timeout=10) as s:
+            try:
+                s.sendall(payload)
+                s.shutdown(socket.SHUT_WR)
+                s.recv(1000)
+            except (ConnectionResetError, BrokenPipeError, socket.timeout):
+                pass
+    assert viewer.get("/api/info")[0] == 200
+
+
+def test_listens_on_loopback_only(viewer):
+    addresses = set()
+    for line in open("/proc/net/tcp").read().splitlines()[1:]:
+        local, state = line.split()[1], line.split()[3]
+        if state == "0A" and int(local.split(":")[1], 16) == viewer.port:
+            addresses.add(local.split(":")[0])
+    assert addresses == {"0100007F"}  # 127.0.0.1, nothing else
+    ip6 = open("/proc/net/tcp6").read() if os.path.exists("/proc/net/tcp6") else ""
+    assert (":%04X " % viewer.port) not in ip6
+
+
+def test_writes_nothing_and_stops_on_ctrl_c(work, tmp_path):
+    v = Viewer([str(work / "rec.raw"), "--caltype", str(CALTYPE)], cwd=tmp_path)
+    for path in ("/", "/api/frame/3", "/api/series?roi=1,1,5,5", "/api/recording"):
+        assert v.get(path)[0] == 200
+    code, err = v.stop()
+    assert code == 0 and err.strip().endswith("kalviro: viewer stopped"), err
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_live_stream_keeps_whole_frames(work):
+    data = (work / "rec.raw").read_bytes()
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
+    try:
+        v.proc.stdin.write(data[:3 * FRAME_BYTES + 100])
+        v.proc.stdin.close()
+        info = json.loads(v.get("/api/wait?after=2")[1])
+        for _ in range(50):
+            if info["complete"]:
+                break
+            info = json.loads(v.get("/api/wait?after=3")[1])
+        assert (info["frames"], info["complete"], info["live"]) == (3, True, True)
+        assert v.get("/api/recording")[1] == data[:3 * FRAME_BYTES]
+        assert v.get("/api/frame/2")[0] == 200 and v.get("/api/frame/3")[0] == 404
+    finally:
+        code, err = v.stop()
+    assert code == 0, err
+    assert "is truncated: frame 3 stops after 100" in err and "3 whole frame(s)" in err
+
+
+@pytest.mark.parametrize("args, message", [
+    (["missing.raw", "--caltype", "21"], "cannot open missing.raw"),
+    (["-", "--caltype", "21"], "give its --size"),
+    (["rec.raw", "--caltype", "21", "-e", "95"], "bad emissivity"),
+    (["rec.raw", "--caltype", "21", "-e", "nan"], "emissivity"),
+    (["rec.raw", "--caltype", "7"], "CalType"),
+    (["rec.raw", "--caltype", "21", "--port", "0"], "port"),
+    (["rec.raw", "--caltype", "21", "--port", "70000"], "port"),
+    (["rec.raw", "--caltype", "21", "--size", "100x100"], "100x100"),
+    (["big.raw", "--caltype", "21", "--size", f"{W}x{H}", "--memory", "1"], "more than the 1 MiB"),
+    (["short.raw", "--caltype", "21", "--size", f"{W}x{H}"], "short.raw"),
+    (["empty.raw", "--caltype", "21", "--size", f"{W}x{H}"], "empty.raw"),
+    ([".", "--caltype", "21"], "."),
+])
+def test_bad_starts_say_one_line(work, args, message):
+    (work / "short.raw").write_bytes((work / "rec.raw").read_bytes()[:FRAME_BYTES + 10])
+    (work / "empty.raw").write_bytes(b"")
+    (work / "big.raw").write_bytes((work / "rec.raw").read_bytes() * 5)
+    r = subprocess.run([KALVIRO, "view", *args, "--no-browser"], cwd=work, capture_output=True, text=True,
+                       timeout=60, stdin=subprocess.DEVNULL)
+    assert r.returncode != 0 and r.stdout == "", r
+    assert len(r.stderr.strip().splitlines()) == 1 and message in r.stderr, r.stderr
+
+
+def test_port_in_use(viewer, work):
+    r = subprocess.run([KALVIRO, "view", "rec.raw", "--caltype", "21", "--no-browser", "--port",
+                        str(viewer.port)], cwd=work, capture_output=True, text=True, timeout=60)
+    assert r.returncode == 1 and r.stdout == ""
+    assert "cannot listen on 127.0.0.1:%d" % viewer.port in r.stderr
