@@ -156,7 +156,9 @@ KALVIRO_API int32_t Temperature_GetFrameInfo(int32_t calType, uint8_t *frame, ui
  * Temperature_GetTempFromGray, kalviro_convert_frame) are not rounded and
  * can be an infinity or NaN: a window transmission windowTransLong (0x134)
  * of 0 (all of them but 50), two equal neighbouring curve points (a segment
- * of slope 0), NaN or infinite floats in the block, or a NaN distance.
+ * of slope 0), NaN or infinite floats in the block, or a NaN distance. A
+ * NaN result is always the quiet NaN 0x7fc00000 (positive, no payload),
+ * whichever NaN came in: every road to a result gives the same bits.
  * KALVIRO_GetIT is a double computed from the block's floats (itRefTemp,
  * itSlope, and in some CalTypes grayCurveExt or tempBinGain) and is not
  * finite when they are not, or when their products overflow.
@@ -306,9 +308,16 @@ KALVIRO_API int32_t kalviro_camera_convert_frame(const kalviro_camera *cam, cons
                                                  float distance, float *out, KalviroFrameTable *table,
                                                  int32_t threads);
 
-/* The vector width the whole-frame conversion runs at on this processor:
- * "avx512" (16 lanes), "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). */
+/* The vector set the whole-frame conversion runs on: "avx512" (16 lanes),
+ * "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). The widest this
+ * processor runs, unless the environment variable KALVIRO_LANES, read on the
+ * first frame, or kalviro_set_lanes names another it runs. Every set gives
+ * the same bits. */
 KALVIRO_API const char *kalviro_lanes(void);
+/* Puts the named vector set in use for the frames that follow, process-wide;
+ * NULL goes back to KALVIRO_LANES or the widest. Returns 0, or -1 with
+ * nothing changed for a name this build or processor does not run. */
+KALVIRO_API int32_t kalviro_set_lanes(const char *name);
 
 /* The library's own exponential: base truncated to 2.718281, series to the
  * ninth power. Not interchangeable with exp. */

@@ -566,12 +566,23 @@ function updateCommand() {
     `${base}${opts} --table series.csv`;
 }
 
-// One block request at a time; when it returns, the frame shown by then is
-// asked for next, so playing costs no queue of requests.
-let blockBusy = false;
-async function showBlock(n) {
-  if (blockBusy) return;
+// One block request at a time, at most four a second while frames change
+// fast (playing, live): the table costs more than a frame to draw. The last
+// frame's block always follows.
+let blockBusy = false, blockAt = 0, blockTimer = null;
+function showBlock(n) {
+  const wait = blockAt + 250 - performance.now();
+  if (blockBusy || blockTimer !== null) return;
+  if (wait > 0) {
+    blockTimer = setTimeout(() => { blockTimer = null; showBlock(state.index); }, wait);
+    return;
+  }
+  loadBlock(n);
+}
+
+async function loadBlock(n) {
   blockBusy = true;
+  blockAt = performance.now();
   try {
     const b = await getJson(`/api/frame/${n}/block`);
     if (n !== state.index) return;
@@ -579,17 +590,21 @@ async function showBlock(n) {
     $('getit').textContent = `per-frame call: gray ${b.centreGray} → ${fmt2(b.perFrame)} °C` +
       (b.getIT !== null ? `; GetIT value ${b.getIT}` : '');
     const body = $('fields').tBodies[0];
-    body.textContent = '';
-    for (const f of b.fields) {
-      const tr = document.createElement('tr');
-      tr.title = f.meaning;
-      for (const v of [f.offset, f.name, f.value, f.unit]) {
-        const td = document.createElement('td');
-        td.textContent = v;
-        tr.appendChild(td);
+    // The rows stay while the layout does; only their text changes.
+    if (body.rows.length !== b.fields.length) {
+      body.textContent = '';
+      for (let i = 0; i < b.fields.length; i++) {
+        const tr = body.insertRow();
+        for (let k = 0; k < 4; k++) tr.insertCell();
       }
-      body.appendChild(tr);
     }
+    b.fields.forEach((f, i) => {
+      const tr = body.rows[i];
+      tr.title = f.meaning;
+      [f.offset, f.name, f.value, f.unit].forEach((v, k) => {
+        if (tr.cells[k].textContent !== String(v)) tr.cells[k].textContent = v;
+      });
+    });
   } catch (e) {
     console.error(e);
   } finally {
@@ -635,6 +650,19 @@ async function showFrame(n) {
   return state.loading;
 }
 
+// The URL names the frame shown, for sharing; at most four times a second,
+// as changing it costs the browser more than drawing a frame.
+let hashAt = 0, hashTimer = null;
+function followHash() {
+  if (hashTimer !== null) return;
+  const wait = hashAt + 250 - performance.now();
+  hashTimer = setTimeout(() => {
+    hashTimer = null;
+    hashAt = performance.now();
+    if (location.hash !== `#frame=${state.index}`) history.replaceState(null, '', `#frame=${state.index}`);
+  }, Math.max(0, wait));
+}
+
 function present(f) {
   state.index = f.n;
   state.temps = f.temps;
@@ -646,7 +674,7 @@ function present(f) {
   $('scrubber').value = f.n;
   const ro = $('readout').dataset;
   if (ro.x !== undefined) showReadout([Number(ro.x), Number(ro.y)]);
-  if (location.hash !== `#frame=${f.n}`) history.replaceState(null, '', `#frame=${f.n}`);
+  followHash();
   updateCommand();
   showBlock(f.n);
 }

@@ -1,19 +1,18 @@
 """What the viewer's tests share: a running `kalviro view`, a synthetic
-recording, and its temperatures through the library's per-pixel C entry
-called through ctypes in a fresh process."""
+recording, and its temperatures through the library's per-pixel C entry in
+a program of its own."""
 import http.client
 import os
 import re
 import signal
 import struct
 import subprocess
-import sys
 import threading
 
 import pytest
 
 KALVIRO = os.environ.get("KALVIRO", "kalviro")
-LIBRARY = os.environ.get("KALVIRO_LIBRARY", "libkalviro.so")
+PER_PIXEL = os.environ.get("KALVIRO_PER_PIXEL", "kalviro_per_pixel")
 
 CALTYPE = 21
 W, H, FRAMES = 160, 120, 6
@@ -80,33 +79,14 @@ class Viewer:
         return self.proc.returncode, err
 
 
-PER_PIXEL = r"""
-import ctypes, sys, struct
-lib = ctypes.CDLL(sys.argv[1])
-for f in (lib.KALVIRO_Gray2Temp_Init, lib.KALVIRO_Gray2Temp_Real):
-    f.restype = ctypes.c_float
-    f.argtypes = [ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, ctypes.c_float, ctypes.c_float]
-path, frames, w, h, cal = sys.argv[2], int(sys.argv[3]), int(sys.argv[4]), int(sys.argv[5]), int(sys.argv[6])
-data = open(path, 'rb').read()
-size = w * h * 2 + 512
-out = sys.stdout.buffer
-for n in range(frames):
-    raw = data[n * size:(n + 1) * size]
-    gray = struct.unpack('<%dH' % (w * h), raw[:w * h * 2])
-    block = ctypes.create_string_buffer(raw[w * h * 2:], 512)
-    lib.KALVIRO_Gray2Temp_Init(cal, gray[(h // 2) * w + w // 2], block, 0.95, 0.0)
-    real = lib.KALVIRO_Gray2Temp_Real
-    out.write(struct.pack('<%df' % (w * h), *[real(cal, g, block, 0.95, 0.0) for g in gray]))
-"""
-
-
 def per_pixel_temps(path, frames, width, height):
-    """Every frame through the C entries in a fresh process: the per-frame
-    call on the centre pixel in frame order, then the per-pixel call on
-    each pixel. The float32 bits, as bytes, per frame."""
-    raw = subprocess.run([sys.executable, "-c", PER_PIXEL, LIBRARY, path, str(frames), str(width), str(height),
-                          str(CALTYPE)], check=True, capture_output=True, timeout=300).stdout
+    """Every frame through the C entries (per_pixel.c): the per-frame call
+    on the centre pixel in frame order, then the per-pixel call on each
+    pixel. The float32 bits, as bytes, per frame."""
+    raw = subprocess.run([PER_PIXEL, path, str(width), str(height), str(CALTYPE), "0.95"], check=True,
+                         capture_output=True, timeout=300).stdout
     n = width * height * 4
+    assert len(raw) == frames * n
     return [raw[i * n:(i + 1) * n] for i in range(frames)]
 
 

@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats, per_pixel_temps
 
 
 def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
@@ -151,7 +151,26 @@ def test_garbage_on_the_socket(viewer):
                 s.recv(1000)
             except (ConnectionResetError, BrokenPipeError, socket.timeout):
                 pass
+    # A download dropped after its first bytes.
+    with socket.create_connection(("127.0.0.1", viewer.port), timeout=10) as s:
+        s.sendall(f"GET /api/recording?token={viewer.token} HTTP/1.1\r\nHost: 127.0.0.1:{viewer.port}\r\n\r\n"
+                  .encode())
+        assert s.recv(100).startswith(b"HTTP/1.1 200")
     assert viewer.get("/api/info")[0] == 200
+
+
+def test_empty_stream(work):
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.DEVNULL)
+    try:
+        info = json.loads(v.get("/api/wait?after=0")[1])
+        assert (info["frames"], info["complete"]) == (0, True)
+        assert v.get("/api/frame/0")[0] == 404
+        assert v.get("/api/series?spot=1,1")[0] == 200
+        status, body, _ = v.get("/api/recording")
+        assert (status, body) == (200, b"")
+    finally:
+        code, err = v.stop()
+    assert code == 0 and "0 whole frame(s)" in err, err
 
 
 def test_listens_on_loopback_only(viewer):
@@ -192,6 +211,31 @@ def test_live_stream_keeps_whole_frames(work):
         code, err = v.stop()
     assert code == 0, err
     assert "is truncated: frame 3 stops after 100" in err and "3 whole frame(s)" in err
+
+
+def test_live_stream_past_the_memory_bound_keeps_the_newest(work):
+    data = (work / "rec.raw").read_bytes() * 8  # 48 frames, 1.8 MiB
+    (work / "long.raw").write_bytes(data)
+    truth = per_pixel_temps(str(work / "long.raw"), 48, W, H)
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE), "--memory", "1"], stdin=subprocess.PIPE)
+    try:
+        v.proc.stdin.write(data)
+        v.proc.stdin.close()
+        info = json.loads(v.get("/api/wait?after=48")[1])
+        for _ in range(50):
+            if info["complete"]:
+                break
+            info = json.loads(v.get("/api/wait?after=48")[1])
+        assert info["frames"] == 48 and 0 < info["first"] < 47 and info["dropped"] == info["first"]
+        status, body, _ = v.get("/api/frame/0")
+        assert status == 404 and f"frames {info['first']} to 47 are held" in body.decode()
+        # Those held still convert as a run from the first frame does.
+        for n in (info["first"], 47):
+            assert v.get(f"/api/frame/{n}")[1] == truth[n], n
+        assert len(v.get("/api/recording")[1]) == (48 - info["first"]) * FRAME_BYTES
+    finally:
+        code, err = v.stop()
+    assert code == 0, err
 
 
 @pytest.mark.parametrize("args, message", [
