@@ -184,7 +184,7 @@ TEST_F(Analysis, ShapesAgreeWithPlainComputationsOverTheTiff) {
     const std::vector<double> poly = {10.2, 10.3, 70.4, 15.1, 40.3, 30.2, 75.6, 55.7, 12.1, 50.9};
     ok("convert p.raw --caltype 21 --ellipse face=80,60,20,10 --ellipse 30.3,90.1,12.7,6.2 "
        "--polygon panel=10.2,10.3,70.4,15.1,40.3,30.2,75.6,55.7,12.1,50.9 --line cut=3,100,150,7 "
-       "--line 5,5,5,40 --bins 16 -o p.tiff -o p.json");
+       "--line 5,5,5,40 --bins 16 -o p.tiff -o p.json --table p.csv");
     const auto pages = readPages(path("p.tiff"));
     const json report = json::parse(slurp(path("p.json")));
     ASSERT_EQ(pages.size(), 2u);
@@ -238,6 +238,30 @@ TEST_F(Analysis, ShapesAgreeWithPlainComputationsOverTheTiff) {
         }
         EXPECT_EQ(rois[3]["name"], "cut");
         EXPECT_EQ(rois[4]["path"].size(), 36u);
+    }
+    // The long table: a row for each shape and frame, with the report's
+    // numbers and the shape's kind.
+    std::istringstream table(slurp(path("p.csv")));
+    std::string line;
+    std::getline(table, line);
+    EXPECT_EQ(line.substr(0, 36), "input,frame,upTime,name,kind,min,max");
+    std::map<std::string, std::vector<std::string>> rows;
+    while (std::getline(table, line)) {
+        std::vector<std::string> cells;
+        std::istringstream in(line);
+        for (std::string cell; std::getline(in, cell, ',');) cells.push_back(cell);
+        ASSERT_GE(cells.size(), 7u) << line;
+        rows[cells[1] + "/" + cells[3]] = cells;
+    }
+    EXPECT_EQ(rows.size(), 2u * 6u);
+    for (size_t k = 0; k < 2; ++k) {
+        for (const json& roi : report["frames"][k]["rois"]) {
+            const auto row = rows.find(std::to_string(k) + "/" + roi["name"].get<std::string>());
+            ASSERT_NE(row, rows.end()) << roi["name"];
+            EXPECT_EQ(row->second[4], roi["kind"]);
+            EXPECT_EQ(std::stod(row->second[5]), roi["min"].get<double>());
+            EXPECT_EQ(std::stod(row->second[6]), roi["max"].get<double>());
+        }
     }
 }
 
