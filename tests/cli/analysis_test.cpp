@@ -23,22 +23,14 @@
 #include <string>
 #include <vector>
 
+#include "cli_fixture.hpp"
+
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
 
 constexpr int kW = 160, kH = 120;
-
-struct Result {
-    int code = -1;
-    std::string out, err;
-};
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 // Float pages of a TIFF, with their descriptions.
 struct Page {
@@ -70,40 +62,9 @@ bool sameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 double hundredths(double v) { return std::round(v * 100.0) / 100.0; }
 
-class Analysis : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        std::string name = std::string(info->test_suite_name()) + "." + info->name();
-        std::replace(name.begin(), name.end(), '/', '_');
-        dir_ = fs::path(KALVIRO_CLI_WORK) / name;
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
-
-    Result run(const std::string& args) const {
-        const std::string cmd =
-            "cd '" + dir_.string() + "' && '" KALVIRO_CLI "' " + args + " >stdout.txt 2>stderr.txt";
-        const int status = std::system(cmd.c_str());
-        Result r;
-        r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        r.out = slurp(dir_ / "stdout.txt");
-        r.err = slurp(dir_ / "stderr.txt");
-        fs::remove(dir_ / "stdout.txt");
-        fs::remove(dir_ / "stderr.txt");
-        return r;
-    }
-
-    Result ok(const std::string& args) const {
-        Result r = run(args);
-        EXPECT_EQ(r.code, 0) << "kalviro " << args << "\n" << r.err;
-        return r;
-    }
-
-    fs::path path(const std::string& name) const { return dir_ / name; }
-
-    fs::path dir_;
-};
+using Analysis = kalviro::cli_test::Cli;
+using kalviro::cli_test::Result;
+using kalviro::cli_test::slurp;
 
 // Membership by the definitions, written with divisions and a plain ray
 // cast rather than the command's multiplied-out forms.
