@@ -19,7 +19,7 @@ const state = {
   followLive: true,
   drag: null,
   series: null, // what /api/series gave for the current shapes
-  seriesKey: '',
+  seriesKey: null,
   loading: null,
   counters: {spot: 0, roi: 0, ellipse: 0, line: 0},
 };
@@ -516,6 +516,16 @@ function drawTimePlot() {
   plotLines($('timeplot'), lines, sr.frames, state.index);
 }
 
+// The upTime of the frame shown, from the series when it holds the frame.
+function showUpTime() {
+  const sr = state.series;
+  if (!sr || sr.frames.length === 0) return false;
+  const k = state.index - sr.frames[0];
+  if (sr.frames[k] !== state.index) return false;
+  $('uptime').textContent = sr.upTime[k];
+  return true;
+}
+
 function seriesQuery() {
   return state.shapes.map((s) => `${s.kind}=${encodeURIComponent(shapeText(s))}`).join('&');
 }
@@ -524,8 +534,12 @@ let seriesBusy = false, seriesAgain = false;
 // The plot over time: the whole sequence when the shapes change, then only
 // the frames that arrived since.
 async function requestSeries(reset) {
-  if (reset) { state.series = null; state.seriesKey = ''; }
-  if (state.shapes.length === 0) { drawTimePlot(); return; }
+  // Without shapes the series still gives every frame's upTime, cheaply.
+  if (reset) {
+    if (state.series) state.series.shapes = [];
+    state.seriesKey = null;
+    drawTimePlot();
+  }
   if (seriesBusy) { seriesAgain = true; return; }
   seriesBusy = true;
   try {
@@ -536,15 +550,17 @@ async function requestSeries(reset) {
       if (key === seriesQuery()) {
         if (state.series && state.seriesKey === key) {
           state.series.end = part.end;
-          state.series.frames.push(...part.frames);
+          for (const n of part.frames) state.series.frames.push(n);
+          for (const u of part.upTime) state.series.upTime.push(u);
           part.shapes.forEach((q, i) => {
-            for (const f of ['t', 'min', 'max', 'mean', 'std']) if (q[f]) state.series.shapes[i][f].push(...q[f]);
+            for (const f of ['t', 'min', 'max', 'mean', 'std']) if (q[f]) for (const v of q[f]) state.series.shapes[i][f].push(v);
           });
         } else {
           state.series = part;
           state.seriesKey = key;
         }
         drawTimePlot();
+        showUpTime();
       }
     }
   } catch (e) {
@@ -586,7 +602,7 @@ async function loadBlock(n) {
   try {
     const b = await getJson(`/api/frame/${n}/block`);
     if (n !== state.index) return;
-    $('uptime').textContent = b.upTime;
+    if (!showUpTime()) $('uptime').textContent = b.upTime;
     $('getit').textContent = `per-frame call: gray ${b.centreGray} → ${fmt2(b.perFrame)} °C` +
       (b.getIT !== null ? `; GetIT value ${b.getIT}` : '');
     const body = $('fields').tBodies[0];
@@ -675,6 +691,7 @@ function present(f) {
   const ro = $('readout').dataset;
   if (ro.x !== undefined) showReadout([Number(ro.x), Number(ro.y)]);
   followHash();
+  showUpTime();
   updateCommand();
   showBlock(f.n);
 }
@@ -789,6 +806,7 @@ async function start() {
   fit();
   setupPointer();
   await showFrame(firstWanted !== null ? firstWanted : info.live ? info.frames - 1 : info.first);
+  requestSeries(false);
   window.kalviroView.ready = true;
 
   window.addEventListener('hashchange', () => {

@@ -2,6 +2,7 @@
 recording, and its temperatures through the library's per-pixel C entry in
 a program of its own."""
 import http.client
+import json
 import os
 import re
 import signal
@@ -23,9 +24,9 @@ FRAME_BYTES = W * H * 2 + BLOCK
 class Viewer:
     """A running `kalviro view`; its URL read from the first line it prints."""
 
-    def __init__(self, args, stdin=None, cwd=None):
-        self.proc = subprocess.Popen([KALVIRO, "view", *args, "--no-browser"], stdin=stdin, cwd=cwd,
-                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def __init__(self, args, stdin=None, cwd=None, env=None, open_browser=False):
+        self.proc = subprocess.Popen([KALVIRO, "view", *args] + ([] if open_browser else ["--no-browser"]),
+                                     stdin=stdin, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         line = []
         reader = threading.Thread(target=lambda: line.append(self.proc.stdout.readline().decode()))
         reader.start()
@@ -55,6 +56,17 @@ class Viewer:
         body = r.read()
         conn.close()
         return r.status, body, r
+
+    def stream_all(self, data):
+        """Writes data to a live viewer and ends its stream; /api/info once
+        reading has ended."""
+        self.proc.stdin.write(data)
+        self.proc.stdin.close()
+        for _ in range(120):
+            info = json.loads(self.get("/api/wait?after=%d" % (len(data) // FRAME_BYTES + 1))[1])
+            if info["complete"]:
+                return info
+        raise AssertionError(f"the stream never ended: {info}")
 
     def get(self, path, **kw):
         return self.request(path, **kw)

@@ -218,6 +218,9 @@ def test_plays_and_pauses_640x512(work, browser):
         held = shown_frame(browser)
         time.sleep(0.5)
         assert shown_frame(browser) == held
+        up = json.loads(subprocess.run([KALVIRO, "info", str(big), "--caltype", str(CALTYPE), "--frame", str(held),
+                                        "--json"], check=True, capture_output=True, text=True).stdout)
+        wait_for(browser, "return document.getElementById('uptime').textContent === '%d'" % up["block"]["upTime"])
         assert browser.execute_script("return location.hash") == f"#frame={held}"
     finally:
         assert v.stop()[0] == 0
