@@ -1,5 +1,6 @@
 // An RGB image to draw the false-colour picture on: rectangles, markers and
-// short labels in a 5x7 pixel font (digits, '.', '-', '°' as '*', 'C').
+// short labels in a 5x7 pixel font (digits, letters drawn upper case,
+// '.', '-', '+', '_', ':', '/', '°' as '*').
 #pragma once
 
 #include <cstdint>

@@ -12,6 +12,7 @@
 #include <optional>
 #include <thread>
 
+#include "alarms.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
 #include "convert_run.hpp"
@@ -86,13 +87,20 @@ void printSummary(const RunInfo& run, const ConvertSummary& s, const std::vector
                     static_cast<unsigned long long>(s.last.index));
     }
     if (run.totalFrames) std::printf(" of %llu", static_cast<unsigned long long>(*run.totalFrames));
-    std::printf(", CalType %d, emissivity %g\n", run.calType.calType, static_cast<double>(run.emissivity));
+    std::printf(", CalType %d, emissivity %g", run.calType.calType, static_cast<double>(run.emissivity));
+    if (run.unit != Unit::Celsius) std::printf(", %s", unitName(run.unit));
+    std::printf("\n");
     if (s.frames == 1) {
         const FrameResult& r = s.last;
         std::printf("  %-15s gray %u -> %s deg\n", "per-frame call", r.centreGray, temp(r.perFrame).c_str());
         printStats("frame", r.whole);
         for (size_t i = 0; i < r.regions.size(); ++i)
             printStats(("roi " + run.regions[i].name).c_str(), r.regions[i]);
+        for (size_t i = 0; i < run.shapes.size(); ++i) {
+            const Area& g = run.shapes[i];
+            if (g.kind != AreaKind::Rectangle && g.kind != AreaKind::Spot)
+                printStats((std::string(areaKindName(g.kind)) + " " + g.name).c_str(), r.shapeStats[i]);
+        }
         for (size_t i = 0; i < r.spots.size(); ++i) {
             const std::string label =
                 "spot " + std::to_string(run.spots[i].x) + "," + std::to_string(run.spots[i].y);
@@ -193,7 +201,7 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     png.palette = findPalette(o.palette);
     if (png.palette == nullptr)
         throw Failure("unknown palette '" + o.palette + "'; palettes: " + paletteNames());
-    if (o.range) png.range = parseRange(*o.range);
+    if (o.range && o.range->rfind("auto", 0) != 0) png.range = parseRange(*o.range);
     png.markers = !o.noMarkers;
     if (o.scale < 1 || o.scale > 16)
         throw Failure("bad scale " + std::to_string(o.scale) + ": expected 1 to 16");
@@ -221,13 +229,12 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     run.distance = distance;
     run.totalFrames = source->frameCount();
     run.sequence = !run.totalFrames || *run.totalFrames > 1;
-    for (size_t i = 0; i < o.regions.size(); ++i) {
-        run.regions.push_back(parseRegion(o.regions[i], i + 1));
-        requireInside(run.regions.back(), run.size);
-    }
-    for (const std::string& text : o.spots) {
-        run.spots.push_back(parseSpot(text));
-        requireInside(run.spots.back(), run.size);
+    prepareAnalysis(o, run);
+    preparePicture(o, run, png);
+    std::vector<Alarm> alarms;
+    for (const std::string& text : o.analysis.alarms) {
+        alarms.push_back(parseAlarm(text));
+        resolveAlarm(alarms.back(), run.shapes);
     }
 
     // A recording stopped by Ctrl-C or a plain kill keeps what arrived.
@@ -268,13 +275,16 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     } else if (sharedTable != nullptr) {
         outputs.push_back(makeTableOutput(*sharedTable, run));
     }
+    const bool alarmed = !alarms.empty();
+    if (alarmed) outputs.push_back(std::make_unique<AlarmOutput>(run, std::move(alarms)));
     const unsigned threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
 
     const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
     for (const auto& out : outputs) out->finish();
     outputs.clear();
     const std::vector<std::string> written = files.commit();
-    if (!o.quiet) printSummary(run, summary, written);
+    // With alarms, standard output carries their lines alone.
+    if (!o.quiet && !alarmed) printSummary(run, summary, written);
     if (source->isStream()) reportEnd(*source, summary);
     return true;
 }

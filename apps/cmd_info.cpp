@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "block_fields.hpp"
+#include "block_settings.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
 #include "failure.hpp"
@@ -54,10 +55,10 @@ void printText(const std::string& name, uint64_t index, const std::optional<uint
     } else {
         std::printf("no GetIT value\n");
     }
-    std::printf("\noffset  field            value  unit\n");
+    std::printf("\noffset  field            value  unit  (set: convert --set FIELD=VALUE writes it)\n");
     for (const BlockField& f : blockFields(c.layout)) {
-        std::printf("0x%03x   %-16s %s %s\n        %s\n", f.offset, f.name,
-                    fieldText(blockBytes(block), f).c_str(), f.unit, f.meaning);
+        std::printf("0x%03x   %-16s %s %s%s\n        %s\n", f.offset, f.name,
+                    fieldText(blockBytes(block), f).c_str(), f.unit, settable(f) ? "  (set)" : "", f.meaning);
     }
     TempPara para{};
     camera.getTempPara(&block, &para);
@@ -139,6 +140,11 @@ void runInfo(const InfoOptions& o) {
     j["tempPara"] = tempParaJson(para, c.layout);
     j["block"] = blockJson(blockBytes(frame.block), c.layout);
     j["units"] = blockUnitsJson(c.layout);
+    nlohmann::ordered_json settableFields = nlohmann::ordered_json::array();
+    for (const BlockField& f : blockFields(c.layout)) {
+        if (settable(f)) settableFields.push_back(f.name);
+    }
+    j["settable"] = settableFields;
     std::cout << j.dump(2) << '\n';
 }
 

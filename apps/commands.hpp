@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis_options.hpp"
 #include "frame_size.hpp"
 #include "kalviro.hpp"
 
@@ -44,6 +45,7 @@ struct ConvertOptions {
     bool force = false;
     bool demo = false;
     bool quiet = false;
+    AnalysisOptions analysis;
     double fps = 30.0;
     bool counts = false;
     std::optional<std::string> table;

@@ -15,6 +15,7 @@
 #include "failure.hpp"
 #include "le_bytes.hpp"
 #include "progress.hpp"
+#include "region_emissivity.hpp"
 
 namespace kalviro::cli {
 
@@ -54,6 +55,7 @@ struct Job {
     TempFrameInfo settings;  // as read
     TempFrameInfo block;     // as the per-frame call left it
     Camera camera;
+    std::vector<EmissivityFrame> others;  // regions' own emissivities
 };
 
 class Pipeline {
@@ -175,6 +177,9 @@ private:
         const float distance = run_.distance ? static_cast<float>(*run_.distance) : 0.0f;
         job.camera.realFrame(job.pixels.data(), job.pixels.size(), &job.block, run_.emissivity, distance,
                              r.temps.data(), table);
+        applyEmissivities(run_, job.pixels.data(), job.pixels.size(), job.others, distance, r.temps.data(),
+                          table);
+        toUnit(r.temps.data(), r.temps.size(), run_.unit);
         r.grays = std::move(job.pixels);
         const int32_t w = run_.size.width;
         r.whole = regionStats(r.temps.data(), w, wholeFrame(run_.size));
@@ -183,6 +188,7 @@ private:
             r.spots.push_back(
                 r.temps[static_cast<size_t>(s.y) * static_cast<size_t>(w) + static_cast<size_t>(s.x)]);
         }
+        analyseShapes(run_, r);
         for (const auto& out : outputs_) {
             if (out->perFrame()) out->frame(r);
         }
@@ -279,6 +285,7 @@ ConvertSummary convertFrames(FrameSource& source, const RunInfo& run, const Fram
     if (end) total = *end - range.first;
     Pipeline pipeline(run, range.first, total, threads, quiet, outputs);
     Camera camera(run.calType.calType);
+    EmissivityCameras others(run);
     const float distance = run.distance ? static_cast<float>(*run.distance) : 0.0f;
     Frame frame;
     // Every frame from the first one on gets its per-frame call, in order;
@@ -288,12 +295,14 @@ ConvertSummary convertFrames(FrameSource& source, const RunInfo& run, const Fram
         const bool chosen = i >= range.first;
         if (chosen && frame.pixels.empty()) frame.pixels = pipeline.takePixels();
         if (!source.next(frame, chosen)) break;
+        applySettings(frame.block, run.settings);
         TempFrameInfo block = frame.block;
         if (run.distance) overrideDistance(block, *run.distance);
+        std::vector<EmissivityFrame> otherFrames = others.perFrame(block, frame.centreGray, distance);
         const float perFrame = camera.init(frame.centreGray, &block, run.emissivity, distance);
         if (!chosen) continue;
         pipeline.submit(Job{frame.index, std::move(frame.pixels), frame.centreGray, perFrame, frame.block,
-                            block, camera});
+                            block, camera, std::move(otherFrames)});
     }
     ConvertSummary summary = pipeline.finish();
     if (summary.frames == 0) {

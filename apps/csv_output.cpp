@@ -1,6 +1,6 @@
 // CSV: a comment line naming the unit and the frame, then one line per
-// image row, temperatures in degrees Celsius with two decimals; a sequence
-// writes one file per frame.
+// image row, temperatures with two decimals; a sequence writes one file
+// per frame.
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -27,8 +27,9 @@ public:
         std::FILE* f = std::fopen(temp.c_str(), "wb");
         if (f == nullptr) throw Failure("cannot write " + name + ": " + std::strerror(errno));
         const int32_t w = run_.size.width;
-        std::string line = std::string("# kalviro: ") + kTempUnit + ", " + run_.size.text() + ", CalType " +
-                           std::to_string(run_.calType.calType) + ", frame " + std::to_string(r.index) + "\n";
+        std::string line = std::string("# kalviro: ") + unitName(run_.unit) + ", " + run_.size.text() +
+                           ", CalType " + std::to_string(run_.calType.calType) + ", frame " +
+                           std::to_string(r.index) + "\n";
         bool ok = std::fwrite(line.data(), 1, line.size(), f) == line.size();
         line.reserve(static_cast<size_t>(w) * 8 + 1);
         for (int32_t y = 0; y < run_.size.height && ok; ++y) {

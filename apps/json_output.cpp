@@ -11,6 +11,7 @@
 #include "block_fields.hpp"
 #include "failure.hpp"
 #include "outputs.hpp"
+#include "region_json.hpp"
 
 namespace kalviro::cli {
 
@@ -28,10 +29,11 @@ public:
         head["width"] = run.size.width;
         head["height"] = run.size.height;
         head["calType"] = run.calType.calType;
-        head["unit"] = kTempUnit;
+        head["unit"] = unitName(run.unit);
         head["emissivity"] = shortestDouble(run.emissivity);
         head["distanceOverride"] =
             run.distance ? nlohmann::ordered_json(*run.distance) : nlohmann::ordered_json(nullptr);
+        head.update(analysisHeadJson(run));
         std::string text = head.dump(2);
         text.erase(text.rfind('\n'));  // up to the closing brace: the frames follow
         write(text + ",\n  \"frames\": [");
@@ -48,19 +50,9 @@ public:
         j["frame"] = r.index;
         j["perFrameCall"] = {{"gray", r.centreGray}, {"t", hundredths(r.perFrame)}};
         j.update(statsJson(r.whole));
-        nlohmann::ordered_json regions = nlohmann::ordered_json::array();
-        for (size_t i = 0; i < r.regions.size(); ++i) {
-            const Region& g = run_.regions[i];
-            nlohmann::ordered_json rj = {{"name", g.name}, {"x", g.x}, {"y", g.y}, {"w", g.w}, {"h", g.h}};
-            rj.update(statsJson(r.regions[i]));
-            regions.push_back(rj);
-        }
-        j["rois"] = regions;
-        nlohmann::ordered_json spots = nlohmann::ordered_json::array();
-        for (size_t i = 0; i < r.spots.size(); ++i) {
-            spots.push_back({{"x", run_.spots[i].x}, {"y", run_.spots[i].y}, {"t", hundredths(r.spots[i])}});
-        }
-        j["spots"] = spots;
+        j["histogram"] = histogramJson(r.histogram, r.whole);
+        j["rois"] = regionsJson(run_, r);
+        j["spots"] = spotsJson(run_, r);
         write((first_ ? "\n    " : ",\n    ") + j.dump());
         first_ = false;
     }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "alarms.hpp"
 #include "commands.hpp"
 #include "failure.hpp"
 #include "palette.hpp"
@@ -77,12 +78,18 @@ int main(int argc, char** argv) {
                      "input's name, {frame} the frame number; repeatable")
         ->allow_extra_args(false);
     convCmd->add_option("--palette", conv.palette, "PNG palette: " + paletteNames())->capture_default_str();
-    convCmd->add_option("--range", conv.range, "PNG colours fixed from LO to HI degrees, LO:HI");
+    convCmd->add_option("--range", conv.range,
+                        "PNG colours fixed from LO to HI, LO:HI; auto:P1:P2 from those percentiles of each "
+                        "frame");
     convCmd->add_flag("--no-markers", conv.noMarkers, "PNG without the hottest and coldest markers");
     convCmd->add_option("--scale", conv.scale, "PNG pixels per frame pixel")->capture_default_str();
-    convCmd->add_option("--roi", conv.regions, "region [name=]x,y,w,h for statistics; repeatable")
+    convCmd
+        ->add_option("--roi", conv.regions,
+                     "rectangle [name=]x,y,w,h for statistics; :e=E gives it its own emissivity; repeatable")
         ->allow_extra_args(false);
-    convCmd->add_option("--spot", conv.spots, "temperature at x,y; repeatable")->allow_extra_args(false);
+    convCmd->add_option("--spot", conv.spots, "temperature at [name=]x,y[:e=E]; repeatable")
+        ->allow_extra_args(false);
+    addAnalysisOptions(convCmd, conv.analysis);
     convCmd->add_option("-j,--threads", conv.threads, "threads for a sequence; default one per core");
     convCmd->add_flag("--force", conv.force, "replace existing outputs");
     convCmd->add_flag("--demo", conv.demo, "convert a built-in synthetic frame into demo.png and demo.json");
@@ -153,6 +160,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     // A recording stopped by a signal was kept; the exit says what stopped it.
-    // Ctrl-C is the viewer's usual end.
-    return stopSignal() != 0 && !viewCmd->parsed() ? 128 + stopSignal() : 0;
+    // Ctrl-C is the viewer's usual end. An alarm that held is news to a
+    // script, though nothing failed.
+    if (stopSignal() != 0 && !viewCmd->parsed()) return 128 + stopSignal();
+    return alarmHeld() ? 3 : 0;
 }

@@ -114,9 +114,9 @@ nlohmann::ordered_json frameSettingsJson(const RunInfo& run, const FrameResult& 
     nlohmann::ordered_json j;
     j["frame"] = r.index;
     j["calType"] = run.calType.calType;
-    j["unit"] = kTempUnit;
     j["layout"] = layoutName(run.calType.layout);
     j["emissivity"] = shortestDouble(run.emissivity);
+    j["unit"] = unitName(run.unit);
     j["distanceOverride"] =
         run.distance ? nlohmann::ordered_json(*run.distance) : nlohmann::ordered_json(nullptr);
     j["block"] = blockJson(blockBytes(r.settings), run.calType.layout);

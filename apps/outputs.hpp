@@ -11,17 +11,19 @@
 #include <string>
 #include <vector>
 
+#include "block_settings.hpp"
 #include "canvas.hpp"
 #include "frame_size.hpp"
 #include "kalviro.hpp"
 #include "palette.hpp"
 #include "pending_files.hpp"
+#include "regions.hpp"
 #include "stats.hpp"
+#include "units.hpp"
 
 namespace kalviro::cli {
 
 // What every temperature of every output is in.
-constexpr const char* kTempUnit = "degrees Celsius";
 
 // What a run converts, the same for all its frames.
 struct RunInfo {
@@ -32,8 +34,13 @@ struct RunInfo {
     std::optional<double> distance;  // metres, when it overrides the block's
     std::vector<Region> regions;
     std::vector<Spot> spots;
-    bool sequence = false;                // per-frame files get the frame number in their name
-    std::optional<uint64_t> totalFrames;  // of the source, when known
+    bool sequence = false;                 // per-frame files get the frame number in their name
+    std::optional<uint64_t> totalFrames;   // of the source, when known
+    std::vector<Area> shapes;              // every region and spot, in the order given
+    std::vector<float> otherEmissivities;  // of the shapes, each once, other than the run's
+    std::vector<FieldSetting> settings;    // --set, written into each block as read
+    Unit unit = Unit::Celsius;             // of every temperature written
+    int32_t bins = 64;                     // of each histogram
 };
 
 // One converted frame.
@@ -46,7 +53,10 @@ struct FrameResult {
     Stats whole;
     std::vector<Stats> regions;
     std::vector<float> spots;
-    TempFrameInfo settings{};  // the block as the camera wrote it
+    TempFrameInfo settings{};           // the block as the camera wrote it
+    std::vector<Stats> shapeStats;      // of RunInfo::shapes, in order
+    std::vector<Histogram> histograms;  // of RunInfo::shapes, in order
+    Histogram histogram;                // of the frame
 };
 
 struct PngOptions {
@@ -54,7 +64,10 @@ struct PngOptions {
     std::optional<std::pair<float, float>> range;  // fixed LO:HI; per frame otherwise
     bool markers = true;
     int32_t scale = 1;
-    double fps = 30.0;    // video outputs
+    std::optional<std::pair<double, double>> percentiles;  // --range auto:P1:P2
+    bool overlays = true;                                  // regions, spots, their values
+    std::optional<std::pair<float, float>> isotherm;       // band painted in its own colour
+    double fps = 30.0;                                     // video outputs
     bool counts = false;  // .tiff holds the gray values and blocks, not temperatures
 };
 

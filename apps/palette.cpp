@@ -1,5 +1,6 @@
 #include "palette.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -26,6 +27,26 @@ Palette interpolate(const std::vector<Stop>& stops) {
             return static_cast<uint8_t>(std::lround(u + (static_cast<double>(v) - u) * f));
         };
         p[i] = Rgb{mix(a.colour.r, b.colour.r), mix(a.colour.g, b.colour.g), mix(a.colour.b, b.colour.b)};
+    }
+    return p;
+}
+
+// A rainbow of even lightness steps, from the published polynomial fit of
+// each channel.
+Palette turbo() {
+    Palette p{};
+    for (size_t i = 0; i < p.size(); ++i) {
+        const double x = static_cast<double>(i) / 255.0;
+        const auto channel = [x](const double(&c)[6]) {
+            const double v = c[0] + x * (c[1] + x * (c[2] + x * (c[3] + x * (c[4] + x * c[5]))));
+            return static_cast<uint8_t>(std::lround(std::clamp(v, 0.0, 1.0) * 255.0));
+        };
+        static const double r[6] = {0.13572138,   4.61539260,    -42.66032258,
+                                    132.13108234, -152.94239396, 59.28637943};
+        static const double g[6] = {0.09140261, 2.19418839, 4.84296658, -14.18503333, 4.27729857, 2.82956604};
+        static const double b[6] = {0.10667330,   12.64194608,  -60.58204836,
+                                    110.36276771, -89.90310912, 27.34824973};
+        p[i] = Rgb{channel(r), channel(g), channel(b)};
     }
     return p;
 }
@@ -66,6 +87,11 @@ const std::vector<Named>& palettes() {
                                  {0.8, {252, 165, 10}},
                                  {0.9, {246, 215, 70}},
                                  {1.0, {252, 255, 164}}})},
+        // Hot is white, as most cameras show it by default; black-hot is its
+        // reverse.
+        {"whitehot", interpolate({{0.0, {0, 0, 0}}, {1.0, {255, 255, 255}}})},
+        {"blackhot", interpolate({{0.0, {255, 255, 255}}, {1.0, {0, 0, 0}}})},
+        {"turbo", turbo()},
     };
     return all;
 }

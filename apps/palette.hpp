@@ -13,9 +13,10 @@ struct Rgb {
 
 using Palette = std::array<Rgb, 256>;
 
-// iron, rainbow, gray or inferno; null for any other name.
+// iron, rainbow, gray, inferno, whitehot, blackhot or turbo; null for any
+// other name.
 const Palette* findPalette(const std::string& name);
-// "iron, rainbow, gray, inferno"
+// "iron, rainbow, gray, inferno, whitehot, blackhot, turbo"
 std::string paletteNames();
 
 }  // namespace kalviro::cli

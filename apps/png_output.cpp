@@ -12,6 +12,7 @@
 #include "canvas.hpp"
 #include "failure.hpp"
 #include "outputs.hpp"
+#include "picture.hpp"
 
 namespace kalviro::cli {
 
@@ -19,7 +20,6 @@ namespace {
 
 const Rgb kPanel{24, 24, 24};
 const Rgb kLabel{235, 235, 235};
-const Rgb kInvalid{255, 0, 255};
 // The bar's place right of the picture: a gap, the bar, a gap, the labels.
 constexpr int32_t kBarGap = 6;
 constexpr int32_t kBarWidth = 14;
@@ -68,26 +68,6 @@ void writePng(const std::string& path, const std::string& name, const Canvas& c,
     if (std::fclose(f) != 0) throw Failure("cannot write " + name + ": " + std::strerror(errno));
 }
 
-// At most kLabelChars wide, whatever the magnitude.
-std::string label(double t) {
-    char buf[32];
-    const double a = std::fabs(t);
-    std::snprintf(buf, sizeof buf, a < 999.995 ? "%.2f*C" : a < 999999.5 ? "%.0f*C" : "%.0e*C", t);
-    return buf;
-}
-
-// The palette index of a valid temperature on the scale lo..hi (lo < hi):
-// in single precision, as the viewer's page computes it, but for a range
-// whose span overflows a float.
-size_t colourIndex(float t, float lo, float hi) {
-    const float span = hi - lo;
-    const float k =
-        std::isfinite(span)
-            ? (t - lo) / span * 255.0f
-            : static_cast<float>((static_cast<double>(t) - lo) / (static_cast<double>(hi) - lo) * 255.0);
-    return static_cast<size_t>(std::lround(std::clamp(k, 0.0f, 255.0f)));
-}
-
 // Without a valid temperature (lo == hi) every pixel and the bar are in the
 // invalid colour, the bar labelled "--".
 Canvas draw(const FrameResult& r, const RunInfo& run, const PngOptions& png, float lo, float hi) {
@@ -98,44 +78,31 @@ Canvas draw(const FrameResult& r, const RunInfo& run, const PngOptions& png, flo
     const int32_t panel =
         kBarGap + kBarWidth + kLabelGap + textWidth(std::string(kLabelChars, '0'), fontScale) + kBarGap;
     Canvas c(w + panel, h, kPanel);
-    const Palette& pal = *png.palette;
-    const size_t stride = static_cast<size_t>(c.width) * 3;
-    for (int32_t y = 0; y < run.size.height; ++y) {
-        const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run.size.width)];
-        uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-        for (int32_t x = 0; x < run.size.width; ++x) {
-            Rgb colour = kInvalid;
-            if (hi > lo && validTemp(row[x])) colour = pal[colourIndex(row[x], lo, hi)];
-            for (int32_t i = 0; i < s; ++i, out += 3) {
-                out[0] = colour.r;
-                out[1] = colour.g;
-                out[2] = colour.b;
-            }
-        }
-        // The other rows of a scaled pixel repeat the first.
-        const uint8_t* first = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
-        for (int32_t i = 1; i < s; ++i) {
-            std::memcpy(
-                &c.rgb[(static_cast<size_t>(y) * static_cast<size_t>(s) + static_cast<size_t>(i)) * stride],
-                first, static_cast<size_t>(w) * 3);
-        }
+    const Canvas picture = renderPicture(run, png, r, lo, hi);
+    for (int32_t y = 0; y < h; ++y) {
+        std::memcpy(&c.rgb[static_cast<size_t>(y) * static_cast<size_t>(c.width) * 3],
+                    &picture.rgb[static_cast<size_t>(y) * static_cast<size_t>(w) * 3],
+                    static_cast<size_t>(w) * 3);
     }
     // The bar: hottest colour at the top.
+    const Palette& pal = *png.palette;
     const int32_t x0 = w + kBarGap;
     const int32_t top = std::min(kBarMargin, h / 4);
     const int32_t bottom = h - 1 - top;
     for (int32_t y = top; y <= bottom; ++y) {
         const double k = bottom > top ? static_cast<double>(bottom - y) / (bottom - top) : 1.0;
-        c.fill(x0, y, kBarWidth, 1, hi > lo ? pal[static_cast<size_t>(std::lround(k * 255.0))] : kInvalid);
+        Rgb colour = hi > lo ? pal[static_cast<size_t>(std::lround(k * 255.0))] : kInvalidColour;
+        // The isotherm band where the bar passes through it.
+        const double t = lo + k * (static_cast<double>(hi) - lo);
+        if (hi > lo && png.isotherm && t >= png.isotherm->first && t <= png.isotherm->second)
+            colour = kIsothermColour;
+        c.fill(x0, y, kBarWidth, 1, colour);
     }
     const int32_t lx = x0 + kBarWidth + kLabelGap;
-    drawText(c, lx, top, hi > lo ? label(hi) : "--", kLabel, fontScale);
-    if (hi > lo) drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, label(lo), kLabel, fontScale);
-    if (png.markers && r.whole.count != 0) {
-        const int32_t arm = 3 * s + 2;
-        drawMarker(c, r.whole.coldest.x * s + s / 2, r.whole.coldest.y * s + s / 2, arm, true);
-        drawMarker(c, r.whole.hottest.x * s + s / 2, r.whole.hottest.y * s + s / 2, arm, false);
-    }
+    drawText(c, lx, top, hi > lo ? temperatureLabel(hi, run.unit) : "--", kLabel, fontScale);
+    if (hi > lo)
+        drawText(c, lx, bottom + 1 - kGlyphHeight * fontScale, temperatureLabel(lo, run.unit), kLabel,
+                 fontScale);
     return c;
 }
 
@@ -163,28 +130,14 @@ private:
 }  // namespace
 
 Rendered renderFrame(const FrameResult& r, const RunInfo& run, const PngOptions& png) {
-    // No valid temperature leaves lo == hi; a flat frame gets half a degree
-    // either side, or a float's step where half a degree is below one.
-    float lo = 0.0f, hi = 0.0f;
-    if (png.range) {
-        lo = png.range->first;
-        hi = png.range->second;
-    } else if (r.whole.count != 0) {
-        lo = r.whole.min;
-        hi = r.whole.max;
-        if (!(hi > lo)) {
-            lo -= 0.5f;
-            hi += 0.5f;
-        }
-        if (!(hi > lo)) {
-            lo = std::nextafter(lo, -INFINITY);
-            hi = std::nextafter(hi, INFINITY);
-        }
-    }
-    return Rendered{
-        draw(r, run, png, lo, hi),
-        "kalviro: CalType " + std::to_string(run.calType.calType) + ", frame " + std::to_string(r.index) +
-            (hi > lo ? ", colours from " + label(lo) + " to " + label(hi) : ", no valid temperature")};
+    const auto [lo, hi] = colourRange(png, r);
+    return Rendered{draw(r, run, png, lo, hi),
+                    "kalviro: CalType " + std::to_string(run.calType.calType) + ", frame " +
+                        std::to_string(r.index) +
+                        (hi > lo ? ", colours from " + temperatureLabel(lo, run.unit) + " to " +
+                                       temperatureLabel(hi, run.unit)
+                                 : std::string(", no valid temperature")) +
+                        ", " + unitName(run.unit)};
 }
 
 std::unique_ptr<Output> makePngOutput(const std::string& target, const RunInfo& run, const PngOptions& png,

@@ -68,8 +68,16 @@ std::vector<Measured> measurements(const RunInfo& run, const FrameResult& r) {
     for (size_t i = 0; i < r.regions.size() && i < run.regions.size(); ++i) {
         things.push_back(Measured{run.regions[i].name, "roi", &r.regions[i], std::nullopt});
     }
+    std::vector<std::string> spotNames;
+    for (size_t i = 0; i < run.shapes.size() && i < r.shapeStats.size(); ++i) {
+        const Area& s = run.shapes[i];
+        if (s.kind == AreaKind::Spot) spotNames.push_back(s.name);
+        if (s.kind == AreaKind::Ellipse || s.kind == AreaKind::Polygon || s.kind == AreaKind::Line)
+            things.push_back(Measured{s.name, areaKindName(s.kind), &r.shapeStats[i], std::nullopt});
+    }
     for (size_t i = 0; i < r.spots.size(); ++i) {
-        things.push_back(Measured{"spot" + std::to_string(i + 1), "spot", nullptr, r.spots[i]});
+        things.push_back(Measured{i < spotNames.size() ? spotNames[i] : "spot" + std::to_string(i + 1),
+                                  "spot", nullptr, r.spots[i]});
     }
     return things;
 }

@@ -27,7 +27,8 @@ struct Measured {
 };
 
 // What a frame's table rows hold, in order: the whole frame (named
-// "frame"), then each region, then each spot (spot1, spot2, ...).
+// "frame"), then each rectangle, then each ellipse, polygon and line in the
+// order given, then each spot (spot1, spot2, ... unless named).
 std::vector<Measured> measurements(const RunInfo& run, const FrameResult& r);
 
 class TableFile {

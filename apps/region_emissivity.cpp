@@ -1,0 +1,77 @@
+#include "region_emissivity.hpp"
+
+#include <algorithm>
+
+namespace kalviro::cli {
+
+std::vector<float> otherEmissivities(const std::vector<Area>& shapes, float runEmissivity) {
+    std::vector<float> out;
+    for (const Area& s : shapes) {
+        if (s.emissivity && *s.emissivity != runEmissivity &&
+            std::find(out.begin(), out.end(), *s.emissivity) == out.end())
+            out.push_back(*s.emissivity);
+    }
+    return out;
+}
+
+EmissivityCameras::EmissivityCameras(const RunInfo& run) {
+    for (float e : run.otherEmissivities) cameras_.push_back({e, Camera(run.calType.calType), {}});
+}
+
+std::vector<EmissivityFrame> EmissivityCameras::perFrame(const TempFrameInfo& block, uint16_t gray,
+                                                         float distance) {
+    for (EmissivityFrame& c : cameras_) {
+        c.block = block;
+        c.camera.init(gray, &c.block, c.emissivity, distance);
+    }
+    return cameras_;
+}
+
+void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
+                       const std::vector<EmissivityFrame>& frames, float distance, float* temps,
+                       KalviroFrameTable& table) {
+    if (frames.empty()) return;
+    std::vector<std::vector<float>> converted(frames.size(), std::vector<float>(count));
+    for (size_t k = 0; k < frames.size(); ++k) {
+        frames[k].camera.realFrame(pixels, count, &frames[k].block, frames[k].emissivity, distance,
+                                   converted[k].data(), table);
+    }
+    // Last given first: a pixel once taken keeps what the later region gave
+    // it; a region at the run's emissivity takes its pixels as they are.
+    std::vector<uint8_t> taken(count, 0);
+    for (auto s = run.shapes.rbegin(); s != run.shapes.rend(); ++s) {
+        if (!s->emissivity) continue;
+        const auto k = static_cast<size_t>(
+            std::find(run.otherEmissivities.begin(), run.otherEmissivities.end(), *s->emissivity) -
+            run.otherEmissivities.begin());
+        for (uint32_t i : s->pixels) {
+            if (taken[i]) continue;
+            taken[i] = 1;
+            if (k < frames.size()) temps[i] = converted[k][i];
+        }
+    }
+}
+
+void analyseShapes(const RunInfo& run, FrameResult& r) {
+    const int32_t w = run.size.width;
+    const float* t = r.temps.data();
+    r.histogram = histogramOf(t, nullptr, r.temps.size(), r.whole.min, r.whole.max, run.bins);
+    r.shapeStats.clear();
+    r.histograms.clear();
+    for (const Area& s : run.shapes) {
+        // Rectangles by the same sums as always: the summary and the report
+        // give the same digits.
+        const Stats st =
+            s.kind == AreaKind::Rectangle
+                ? regionStats(
+                      t, w,
+                      Region{s.name, static_cast<int32_t>(s.coords[0]), static_cast<int32_t>(s.coords[1]),
+                             static_cast<int32_t>(s.coords[2]), static_cast<int32_t>(s.coords[3])})
+                : pixelStats(t, w, s.pixels);
+        r.shapeStats.push_back(st);
+        r.histograms.push_back(
+            s.kind == AreaKind::Spot ? Histogram{} : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));
+    }
+}
+
+}  // namespace kalviro::cli
