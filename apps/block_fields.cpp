@@ -96,14 +96,8 @@ nlohmann::ordered_json blockUnitsJson(Layout layout) {
 
 const char* layoutName(Layout layout) { return layout == Layout::Long ? "long" : "base"; }
 
-const char* familyName(Family family) {
-    switch (family) {
-        case Family::Direct: return "direct";
-        case Family::Direct4: return "direct, ranges 2-5";
-        case Family::Ladder: return "ladder";
-        case Family::Ladder4: return "ladder, ranges 2-5";
-    }
-    return "";
+std::string familyText(Family family) {
+    return std::string(familyName(family)) + (lastTempRange(family) == 5 ? ", ranges 2-5" : "");
 }
 
 }  // namespace kalviro::cli

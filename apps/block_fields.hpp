@@ -34,7 +34,8 @@ nlohmann::ordered_json blockUnitsJson(Layout layout);
 double shortestDouble(float v);
 
 const char* layoutName(Layout layout);
-const char* familyName(Family family);
+// The family's name, with ", ranges 2-5" for the four-range variants.
+std::string familyText(Family family);
 
 inline const uint8_t* blockBytes(const TempFrameInfo& block) {
     return reinterpret_cast<const uint8_t*>(&block);

@@ -4,12 +4,9 @@
 
 namespace kalviro::cli {
 
-bool converts(int32_t calType) { return KALVIRO_IsAlgSurport(calType) == 1; }
-
-std::string convertingCalTypes() {
+std::string listedCalTypes() {
     std::string out;
     for (const CalTypeInfo& c : kCalTypes) {
-        if (!converts(c.calType)) continue;
         if (!out.empty()) out += ", ";
         out += std::to_string(c.calType);
     }
@@ -18,10 +15,8 @@ std::string convertingCalTypes() {
 
 const CalTypeInfo& requireCalType(int32_t calType) {
     const CalTypeInfo* info = findCalType(calType);
-    if (info != nullptr && converts(calType)) return *info;
-    const std::string what = info == nullptr ? " is unknown" : " does not convert yet";
-    throw Failure("CalType " + std::to_string(calType) + what +
-                  "; CalTypes that convert: " + convertingCalTypes());
+    if (info != nullptr) return *info;
+    throw Failure("CalType " + std::to_string(calType) + " is unknown; CalTypes: " + listedCalTypes());
 }
 
 }  // namespace kalviro::cli

@@ -1,5 +1,5 @@
-// Choosing a CalType on the command line: one that converts, or a Failure
-// naming those that do.
+// Choosing a CalType on the command line: one of the list, or a Failure
+// naming them.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,10 @@
 
 namespace kalviro::cli {
 
-// Whether the library converts a CalType: it is in the entries' table.
-bool converts(int32_t calType);
-
-// The list's entry for a converting CalType; throws Failure otherwise.
+// The list's entry for a CalType; throws Failure otherwise.
 const CalTypeInfo& requireCalType(int32_t calType);
 
-// "12, 20, 21, ..." : the CalTypes that convert.
-std::string convertingCalTypes();
+// "12, 20, 21, ...": the CalTypes of the list.
+std::string listedCalTypes();
 
 }  // namespace kalviro::cli

@@ -1,5 +1,5 @@
-// kalviro list: the CalTypes, whether each converts, its block layout and
-// whether it has a GetIT value.
+// kalviro list: the CalTypes, each with its block layout, whether it has a
+// GetIT value and its family.
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
@@ -16,22 +16,20 @@ void runList(const ListOptions& o) {
         nlohmann::ordered_json all = nlohmann::ordered_json::array();
         for (const CalTypeInfo& c : kCalTypes) {
             all.push_back({{"calType", c.calType},
-                           {"converts", converts(c.calType)},
                            {"layout", layoutName(c.layout)},
                            {"getIT", c.hasGetIT},
-                           {"family", familyName(c.family)}});
+                           {"family", familyName(c.family)},
+                           {"lastTempRange", lastTempRange(c.family)}});
         }
         std::cout << all.dump(2) << '\n';
         return;
     }
-    std::printf("CalType  converts  layout  GetIT  family\n");
-    int converting = 0;
+    std::printf("CalType  layout  GetIT  family\n");
     for (const CalTypeInfo& c : kCalTypes) {
-        std::printf("%7d  %-8s  %-6s  %-5s  %s\n", c.calType, converts(c.calType) ? "yes" : "no",
-                    layoutName(c.layout), c.hasGetIT ? "yes" : "no", familyName(c.family));
-        converting += converts(c.calType) ? 1 : 0;
+        std::printf("%7d  %-6s  %-5s  %s\n", c.calType, layoutName(c.layout), c.hasGetIT ? "yes" : "no",
+                    familyText(c.family).c_str());
     }
-    std::printf("%d of %d CalTypes convert\n", converting, KALVIRO_CALTYPE_COUNT);
+    std::printf("%d CalTypes\n", KALVIRO_CALTYPE_COUNT);
 }
 
 }  // namespace kalviro::cli

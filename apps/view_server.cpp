@@ -406,7 +406,9 @@ private:
 CLI::App* addViewCommand(CLI::App& app, ViewOptions& o) {
     auto* cmd = app.add_subcommand(
         "view", "a recording or live stream in the browser: temperature under the cursor, regions, plots");
-    cmd->add_option("FILE", o.file, "raw frame file or sequence; - for a live stream on standard input")
+    cmd->add_option(
+           "FILE", o.file,
+           "raw frame file or sequence, or a --counts archive; - for a live stream on standard input")
         ->required();
     cmd->add_option("--caltype", o.calType, "the camera's CalType")->required();
     cmd->add_option("--size", o.size, "frame size WxH; inferred from the file size for common sensor sizes");

@@ -9,7 +9,6 @@ a second.
 KALVIRO defaults to build/run/apps/kalviro (scripts/run.sh builds it). Needs
 Debian's chromium, chromium-driver and python3-selenium."""
 import os
-import re
 import signal
 import subprocess
 import sys
@@ -27,6 +26,32 @@ KALVIRO = os.path.abspath(sys.argv[1]) if len(sys.argv) > 1 else os.path.join(RO
 SECONDS = float(sys.argv[2]) if len(sys.argv) > 2 else 5.0
 W, H, FRAMES = 640, 512, 60
 FRAME_BYTES = W * H * 2 + 512
+
+
+def cpu_seconds(pid):
+    """Processor time so far of the viewer and of every Chromium process:
+    on a shared machine the frames a second say less than this."""
+    total = {"kalviro": 0, "chromium": 0}
+    tick = os.sysconf("SC_CLK_TCK")
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            stat = open(f"/proc/{entry}/stat").read()
+        except OSError:
+            continue
+        comm = stat[stat.index("(") + 1:stat.rindex(")")]
+        fields = stat[stat.rindex(")") + 2:].split()
+        used = (int(fields[11]) + int(fields[12])) / tick
+        if int(entry) == pid:
+            total["kalviro"] += used
+        elif comm.startswith("chrom"):
+            total["chromium"] += used
+    return total
+
+
+def per_frame(before, after, frames):
+    return ", ".join(f"{k} {(after[k] - before[k]) * 1000 / max(frames, 1):.1f} ms" for k in before)
 
 
 def start(args, stdin=None):
@@ -69,14 +94,18 @@ def main():
             for _ in range(5):
                 ready(driver, url)
                 firsts.append(driver.execute_script("return window.kalviroView.firstFrameMs"))
+            shown0 = driver.execute_script("return window.kalviroView.framesShown")
+            cpu0 = cpu_seconds(proc.pid)
             driver.find_element(By.ID, "play").click()
             time.sleep(SECONDS)
             fps = driver.execute_script("return window.kalviroView.fps")
             driver.find_element(By.ID, "play").click()
+            cpu = per_frame(cpu0, cpu_seconds(proc.pid),
+                            driver.execute_script("return window.kalviroView.framesShown") - shown0)
         finally:
             stop(proc)
         print(f"first frame: {min(firsts):.0f} ms best, {sorted(firsts)[2]:.0f} ms median of 5 page loads")
-        print(f"playing: {fps:.1f} frames/s")
+        print(f"playing: {fps:.1f} frames/s; processor time a frame: {cpu}")
 
         data = open(seq, "rb").read()
         proc, url = start(["-", "--size", f"{W}x{H}"], stdin=subprocess.PIPE)
@@ -97,15 +126,18 @@ def main():
                     time.sleep(max(0.0, t0 + n / 30 - time.monotonic()))
 
             shown0 = driver.execute_script("return window.kalviroView.framesShown")
+            cpu0 = cpu_seconds(proc.pid)
             t0 = time.monotonic()
             feeder = threading.Thread(target=feed)
             feeder.start()
             feeder.join()
             shown = driver.execute_script("return window.kalviroView.framesShown") - shown0
             elapsed = time.monotonic() - t0
+            cpu = per_frame(cpu0, cpu_seconds(proc.pid), shown)
         finally:
             stop(proc)
-        print(f"live at 30 frames/s: {sent[0] / elapsed:.1f} frames/s sent, {shown / elapsed:.1f} frames/s shown")
+        print(f"live at 30 frames/s: {sent[0] / elapsed:.1f} frames/s sent, {shown / elapsed:.1f} frames/s shown; "
+              f"processor time a frame shown: {cpu}")
     finally:
         driver.quit()
         subprocess.run(["rm", "-rf", work])

@@ -6,7 +6,7 @@
 //
 // An input, little-endian, zero-padded when short:
 //   0    u8      CalType: below 59 a position in the list, else the int32 at 44
-//   1    u8      flags, kFlag... below
+//   1    u8      flags, kFlag... below; the top two bits pick the vector set
 //   2    u16     bytes of image in front of the block (odd: the block sits at
 //                an odd address), at most kMaxImage
 //   4    i32     gray
@@ -43,6 +43,7 @@ constexpr uint8_t kFlagNoFrameCall = 4;  // per-pixel calls on the statics as th
 constexpr uint8_t kFlagInverseInit = 8;  // inverse search over the per-frame function too
 constexpr uint8_t kFlagCamera = 16;      // the same calls on a kalviro::Camera
 constexpr uint8_t kFlagOwnExport = 32;   // through the CalType's own _NN exports and stages
+constexpr int kLanesShift = 6;           // the top two bits pick a runnable vector set
 
 #define FUZZ_CHECK(cond, ...)                                     \
     do {                                                          \
@@ -461,10 +462,26 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     checkUnchanged(before, raw, "a reading Camera call", in.calType);
 }
 
+// The vector sets this processor runs, through the public entry.
+struct LaneSets {
+    const char* names[5];
+    int count = 0;
+    LaneSets() {
+        for (const char* name : {"avx512", "avx2", "sse2", "neon", "scalar"}) {
+            if (kalviro_set_lanes(name) == 0) names[count++] = name;
+        }
+        FUZZ_CHECK(count >= 1 && kalviro_set_lanes(nullptr) == 0, "no vector set runs");
+    }
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Input in = parse(data, size);
+    static const LaneSets sets;
+    const char* lanes = sets.names[(in.flags >> kLanesShift) % sets.count];
+    FUZZ_CHECK(kalviro_set_lanes(lanes) == 0 && std::strcmp(kalviro_lanes(), lanes) == 0,
+               "vector set %s refused", lanes);
 
     // The frame as a caller holds it: exactly as large as it is, so a read
     // past its end is caught.

@@ -310,9 +310,16 @@ KALVIRO_API int32_t kalviro_camera_convert_frame(const kalviro_camera *cam, cons
                                                  float distance, float *out, KalviroFrameTable *table,
                                                  int32_t threads);
 
-/* The vector width the whole-frame conversion runs at on this processor:
- * "avx512" (16 lanes), "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). */
+/* The vector set the whole-frame conversion runs on: "avx512" (16 lanes),
+ * "avx2" (8), "sse2" (4), "neon" (4) or "scalar" (1). The widest this
+ * processor runs, unless the environment variable KALVIRO_LANES, read on the
+ * first frame, or kalviro_set_lanes names another it runs. Every set gives
+ * the same bits. */
 KALVIRO_API const char *kalviro_lanes(void);
+/* Puts the named vector set in use for the frames that follow, process-wide;
+ * NULL goes back to KALVIRO_LANES or the widest. Returns 0, or -1 with
+ * nothing changed for a name this build or processor does not run. */
+KALVIRO_API int32_t kalviro_set_lanes(const char *name);
 
 /* The library's own exponential: base truncated to 2.718281, series to the
  * ninth power. Not interchangeable with exp. */

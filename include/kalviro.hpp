@@ -38,6 +38,15 @@ struct CalTypeInfo {
 inline constexpr CalTypeInfo kCalTypes[KALVIRO_CALTYPE_COUNT] = {KALVIRO_CALTYPES(KALVIRO_INFO)};
 #undef KALVIRO_INFO
 
+// The family's name as the command and the Python package show it, and the
+// tempRange codes a CalType of it reads: 2 to lastTempRange.
+constexpr const char* familyName(Family family) {
+    return family == Family::Ladder || family == Family::Ladder4 ? "ladder" : "direct";
+}
+constexpr int32_t lastTempRange(Family family) {
+    return family == Family::Direct4 || family == Family::Ladder4 ? 5 : 4;
+}
+
 // The list's entry for a CalType, or null when there is none.
 constexpr const CalTypeInfo* findCalType(int32_t calType) {
     for (const CalTypeInfo& c : kCalTypes) {

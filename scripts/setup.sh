@@ -28,6 +28,7 @@ packages=(
     libavformat-dev
     libswscale-dev
     libavutil-dev
+    python3-tifffile
     libcpp-httplib-dev
     chromium
     chromium-driver

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "core/block.hpp"
+#include "kalviro.h"
 #include "kalviro.hpp"
 #include "vector_frames.hpp"
 
@@ -64,6 +66,59 @@ TEST_P(Lanes, EveryGrayValueAtEveryWidthGivesThePerPixelBits) {
         }
     }
     EXPECT_GE(blocks, 3);
+}
+
+// Each set, picked through the public entry, converts a whole frame of every
+// gray value to the per-pixel bits; a name the processor does not run, or no
+// set at all, changes nothing.
+TEST(LaneChoice, EachRunnableSetThroughThePublicEntriesGivesThePerPixelBits) {
+    const LaneBuilders* sets[4];
+    const int setCount = runnableLaneBuilders(sets, 4);
+    const std::string before = kalviro_lanes();
+    std::vector<uint16_t> pixels(65536);
+    for (size_t g = 0; g < pixels.size(); ++g) pixels[g] = static_cast<uint16_t>(g);
+    std::vector<float> perPixel(65536), frame(65536);
+    int converted = 0;
+    for (const VectorFrame& vf : frames()) {
+        if (vf.calType != 21 && vf.calType != 73 && vf.calType != 12) continue;
+        ++converted;
+        std::array<uint8_t, 513> bytes = vf.bytes;
+        auto* block = reinterpret_cast<TempFrameInfo*>(bytes.data() + 1);
+        Camera cam(vf.calType);
+        cam.init(vf.gray, block, vf.emissivity, vf.distance);
+        for (int32_t g = 0; g < 65536; ++g) perPixel[g] = cam.real(g, block, vf.emissivity, vf.distance);
+        for (int s = 0; s < setCount; ++s) {
+            ASSERT_EQ(kalviro_set_lanes(sets[s]->name), 0) << sets[s]->name;
+            EXPECT_STREQ(kalviro_lanes(), sets[s]->name);
+            KalviroFrameTable table{};
+            cam.realFrame(pixels, block, vf.emissivity, vf.distance, frame, table, 2);
+            EXPECT_EQ(firstDifference(frame, perPixel, 0), -1) << sets[s]->name << ", CalType " << vf.calType;
+        }
+    }
+    EXPECT_GE(converted, 3);
+    ASSERT_EQ(kalviro_set_lanes(sets[setCount - 1]->name), 0);
+    for (const char* name : {"", "AVX2", "sse", "avx1024", "scalar "}) {
+        EXPECT_EQ(kalviro_set_lanes(name), -1) << name;
+        EXPECT_STREQ(kalviro_lanes(), "scalar") << name;
+    }
+#if !defined(__x86_64__)
+    EXPECT_EQ(kalviro_set_lanes("avx2"), -1);
+#else
+    EXPECT_EQ(kalviro_set_lanes("neon"), -1);
+#endif
+    EXPECT_EQ(kalviro_set_lanes(nullptr), 0);
+    EXPECT_EQ(kalviro_lanes(), before);
+}
+
+// KALVIRO_LANES, where the test is run with it (see CMakeLists.txt), is the
+// set in use from the first frame on.
+TEST(LaneChoice, TheEnvironmentNamesTheSetInUse) {
+    const char* wanted = std::getenv("KALVIRO_LANES");
+    if (wanted == nullptr) GTEST_SKIP() << "run without KALVIRO_LANES";
+    const LaneBuilders* set = runnableLaneBuildersNamed(wanted);
+    const LaneBuilders* sets[4];
+    runnableLaneBuilders(sets, 4);
+    EXPECT_STREQ(kalviro_lanes(), set != nullptr ? wanted : sets[0]->name);
 }
 
 std::vector<int32_t> allCalTypes() {

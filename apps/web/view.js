@@ -19,7 +19,7 @@ const state = {
   followLive: true,
   drag: null,
   series: null, // what /api/series gave for the current shapes
-  seriesKey: '',
+  seriesKey: null,
   loading: null,
   counters: {spot: 0, roi: 0, ellipse: 0, line: 0},
 };
@@ -516,6 +516,16 @@ function drawTimePlot() {
   plotLines($('timeplot'), lines, sr.frames, state.index);
 }
 
+// The upTime of the frame shown, from the series when it holds the frame.
+function showUpTime() {
+  const sr = state.series;
+  if (!sr || sr.frames.length === 0) return false;
+  const k = state.index - sr.frames[0];
+  if (sr.frames[k] !== state.index) return false;
+  $('uptime').textContent = sr.upTime[k];
+  return true;
+}
+
 function seriesQuery() {
   return state.shapes.map((s) => `${s.kind}=${encodeURIComponent(shapeText(s))}`).join('&');
 }
@@ -524,8 +534,12 @@ let seriesBusy = false, seriesAgain = false;
 // The plot over time: the whole sequence when the shapes change, then only
 // the frames that arrived since.
 async function requestSeries(reset) {
-  if (reset) { state.series = null; state.seriesKey = ''; }
-  if (state.shapes.length === 0) { drawTimePlot(); return; }
+  // Without shapes the series still gives every frame's upTime, cheaply.
+  if (reset) {
+    if (state.series) state.series.shapes = [];
+    state.seriesKey = null;
+    drawTimePlot();
+  }
   if (seriesBusy) { seriesAgain = true; return; }
   seriesBusy = true;
   try {
@@ -536,15 +550,17 @@ async function requestSeries(reset) {
       if (key === seriesQuery()) {
         if (state.series && state.seriesKey === key) {
           state.series.end = part.end;
-          state.series.frames.push(...part.frames);
+          for (const n of part.frames) state.series.frames.push(n);
+          for (const u of part.upTime) state.series.upTime.push(u);
           part.shapes.forEach((q, i) => {
-            for (const f of ['t', 'min', 'max', 'mean', 'std']) if (q[f]) state.series.shapes[i][f].push(...q[f]);
+            for (const f of ['t', 'min', 'max', 'mean', 'std']) if (q[f]) for (const v of q[f]) state.series.shapes[i][f].push(v);
           });
         } else {
           state.series = part;
           state.seriesKey = key;
         }
         drawTimePlot();
+        showUpTime();
       }
     }
   } catch (e) {
@@ -566,30 +582,45 @@ function updateCommand() {
     `${base}${opts} --table series.csv`;
 }
 
-// One block request at a time; when it returns, the frame shown by then is
-// asked for next, so playing costs no queue of requests.
-let blockBusy = false;
-async function showBlock(n) {
-  if (blockBusy) return;
+// One block request at a time, at most four a second while frames change
+// fast (playing, live): the table costs more than a frame to draw. The last
+// frame's block always follows.
+let blockBusy = false, blockAt = 0, blockTimer = null;
+function showBlock(n) {
+  const wait = blockAt + 250 - performance.now();
+  if (blockBusy || blockTimer !== null) return;
+  if (wait > 0) {
+    blockTimer = setTimeout(() => { blockTimer = null; showBlock(state.index); }, wait);
+    return;
+  }
+  loadBlock(n);
+}
+
+async function loadBlock(n) {
   blockBusy = true;
+  blockAt = performance.now();
   try {
     const b = await getJson(`/api/frame/${n}/block`);
     if (n !== state.index) return;
-    $('uptime').textContent = b.upTime;
+    if (!showUpTime()) $('uptime').textContent = b.upTime;
     $('getit').textContent = `per-frame call: gray ${b.centreGray} → ${fmt2(b.perFrame)} °C` +
       (b.getIT !== null ? `; GetIT value ${b.getIT}` : '');
     const body = $('fields').tBodies[0];
-    body.textContent = '';
-    for (const f of b.fields) {
-      const tr = document.createElement('tr');
-      tr.title = f.meaning;
-      for (const v of [f.offset, f.name, f.value, f.unit]) {
-        const td = document.createElement('td');
-        td.textContent = v;
-        tr.appendChild(td);
+    // The rows stay while the layout does; only their text changes.
+    if (body.rows.length !== b.fields.length) {
+      body.textContent = '';
+      for (let i = 0; i < b.fields.length; i++) {
+        const tr = body.insertRow();
+        for (let k = 0; k < 4; k++) tr.insertCell();
       }
-      body.appendChild(tr);
     }
+    b.fields.forEach((f, i) => {
+      const tr = body.rows[i];
+      tr.title = f.meaning;
+      [f.offset, f.name, f.value, f.unit].forEach((v, k) => {
+        if (tr.cells[k].textContent !== String(v)) tr.cells[k].textContent = v;
+      });
+    });
   } catch (e) {
     console.error(e);
   } finally {
@@ -635,6 +666,19 @@ async function showFrame(n) {
   return state.loading;
 }
 
+// The URL names the frame shown, for sharing; at most four times a second,
+// as changing it costs the browser more than drawing a frame.
+let hashAt = 0, hashTimer = null;
+function followHash() {
+  if (hashTimer !== null) return;
+  const wait = hashAt + 250 - performance.now();
+  hashTimer = setTimeout(() => {
+    hashTimer = null;
+    hashAt = performance.now();
+    if (location.hash !== `#frame=${state.index}`) history.replaceState(null, '', `#frame=${state.index}`);
+  }, Math.max(0, wait));
+}
+
 function present(f) {
   state.index = f.n;
   state.temps = f.temps;
@@ -646,7 +690,8 @@ function present(f) {
   $('scrubber').value = f.n;
   const ro = $('readout').dataset;
   if (ro.x !== undefined) showReadout([Number(ro.x), Number(ro.y)]);
-  if (location.hash !== `#frame=${f.n}`) history.replaceState(null, '', `#frame=${f.n}`);
+  followHash();
+  showUpTime();
   updateCommand();
   showBlock(f.n);
 }
@@ -761,6 +806,7 @@ async function start() {
   fit();
   setupPointer();
   await showFrame(firstWanted !== null ? firstWanted : info.live ? info.frames - 1 : info.first);
+  requestSeries(false);
   window.kalviroView.ready = true;
 
   window.addEventListener('hashchange', () => {

@@ -19,7 +19,7 @@ import operator
 import os
 from typing import TYPE_CHECKING, Iterable, Iterator, NamedTuple, Optional, Tuple, Union
 
-from . import _kalviro
+from . import _archive, _kalviro
 from ._fields import FIELD_UNITS, read_fields
 from ._kalviro import __version__, version
 
@@ -51,7 +51,6 @@ class CalTypeInfo(NamedTuple):
     """What a CalType offers."""
 
     caltype: int
-    converts: bool  # every CalType of the list converts
     family: str  # "direct" or "ladder"
     layout: str  # "base" or "long": where the words at 0x134 and 0x138 lie
     has_get_it: bool  # Camera.get_it gives a number, not None
@@ -106,13 +105,21 @@ def split_frame(buffer, width: int, height: int) -> Tuple[Image, npt.NDArray[np.
     return image, data[image_bytes:]
 
 
-def read_frames(path: Union[str, os.PathLike], width: int, height: int) -> Iterator[Tuple[Image, bytearray]]:
+def read_frames(
+    path: Union[str, os.PathLike], width: Optional[int] = None, height: Optional[int] = None
+) -> Iterator[Tuple[Image, bytearray]]:
     """The frames of a raw sequence file, one after another.
 
     The file is memory-mapped, not read: each image is a read-only view of
     the mapping, and each block a bytearray copy that the per-frame call may
-    write into without changing the file.
+    write into without changing the file. A gray-value archive (a TIFF that
+    `kalviro convert --counts` wrote) reads the same, its size taken from
+    the file; a raw file needs width and height.
     """
+    if _archive.is_archive(path):
+        return _archive.read_archive(path, width, height)
+    if width is None or height is None:
+        raise TypeError(f"read_frames: a raw file ({os.fspath(path)}) needs width and height")
     frame = _image_bytes(width, height) + BLOCK_SIZE
     size = os.path.getsize(path)
     if size % frame:
@@ -155,7 +162,7 @@ class Camera(_kalviro.Camera):
         threads > 1 shares each frame among that many threads.
         """
         if isinstance(frames, (str, os.PathLike)):
-            if width is None or height is None:
-                raise TypeError("convert_sequence: a path needs width and height")
+            if (width is None or height is None) and not _archive.is_archive(frames):
+                raise TypeError("convert_sequence: a raw file needs width and height")
             frames = read_frames(frames, width, height)
         return (self.convert(image, block, emissivity, distance, threads=threads) for image, block in frames)

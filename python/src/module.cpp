@@ -19,26 +19,14 @@ using namespace pybind11::literals;
 namespace kalviro::binding {
 namespace {
 
-const char* familyName(Family f) {
-    switch (f) {
-        case Family::Direct:
-        case Family::Direct4: return "direct";
-        case Family::Ladder:
-        case Family::Ladder4: return "ladder";
-    }
-    return "";
-}
-
-// (caltype, converts, family, layout, has_get_it, temp_ranges) for each
-// CalType of the list.
+// (caltype, family, layout, has_get_it, temp_ranges) for each CalType of the
+// list.
 py::list calTypes() {
     py::list rows;
     for (const CalTypeInfo& c : kCalTypes) {
-        const bool fiveRanges = c.family == Family::Direct4 || c.family == Family::Ladder4;
-        const std::vector<int> ranges = fiveRanges ? std::vector<int>{2, 3, 4, 5} : std::vector<int>{2, 3, 4};
-        // Every CalType of the list converts; the column stays for callers
-        // that ask.
-        rows.append(py::make_tuple(c.calType, true, familyName(c.family),
+        std::vector<int> ranges;
+        for (int32_t r = 2; r <= lastTempRange(c.family); ++r) ranges.push_back(r);
+        rows.append(py::make_tuple(c.calType, familyName(c.family),
                                    c.layout == Layout::Long ? "long" : "base", c.hasGetIT,
                                    py::tuple(py::cast(ranges))));
     }

@@ -30,8 +30,18 @@ struct LaneBuilders {
 // is the scalar one. For tests and benchmarks that compare them.
 int runnableLaneBuilders(const LaneBuilders* sets[], int capacity);
 
-// The widest of them.
+// The set in use: the last selectLaneBuilders picked, else the one
+// KALVIRO_LANES names (read on the first call), else the widest.
 const LaneBuilders& laneBuilders();
+
+// The runnable set of that name ("scalar", "sse2", "avx2", "avx512",
+// "neon"), or null.
+const LaneBuilders* runnableLaneBuildersNamed(const char* name);
+
+// Puts the set of that name in use; false, and
+// nothing changed, where this build or processor does not run it. Null
+// goes back to the first choice: KALVIRO_LANES, else the widest.
+bool selectLaneBuilders(const char* name);
 
 // Each set's builders, null where the build has not compiled it for that
 // set (another processor family, or a compiler without it). Every processor

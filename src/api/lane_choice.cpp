@@ -1,5 +1,10 @@
-// Which builders a frame's table is made with: the widest set the processor
-// runs, chosen on the first frame; and the scalar set every processor runs.
+// Which builders a frame's table is made with: the set KALVIRO_LANES names
+// or kalviro_set_lanes picks, else the widest the processor runs, chosen on
+// the first frame; and the scalar set every processor runs.
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
 #include "api/lane_builders.hpp"
 #include "core/lanes.hpp"
 #include "direct/pixel_kernel.hpp"
@@ -65,15 +70,54 @@ int runnableLaneBuilders(const LaneBuilders* sets[], int capacity) {
     return n;
 }
 
-const LaneBuilders& laneBuilders() {
-    static const LaneBuilders* const widest = [] {
+const LaneBuilders* runnableLaneBuildersNamed(const char* name) {
+    if (name == nullptr) return nullptr;
+    const LaneBuilders* sets[4];
+    const int n = runnableLaneBuilders(sets, 4);
+    for (int i = 0; i < n; ++i) {
+        if (std::strcmp(sets[i]->name, name) == 0) return sets[i];
+    }
+    return nullptr;
+}
+
+namespace {
+
+// KALVIRO_LANES names a set; a name this processor or build does not run
+// leaves the widest, and kalviro_lanes() tells which it is.
+const LaneBuilders& initialLaneBuilders() {
+    static const LaneBuilders* const initial = [] {
+        const LaneBuilders* named = runnableLaneBuildersNamed(std::getenv("KALVIRO_LANES"));
+        if (named != nullptr) return named;
         const LaneBuilders* sets[4];
         runnableLaneBuilders(sets, 4);
         return sets[0];
     }();
-    return *widest;
+    return *initial;
+}
+
+// The set in use; null until the first frame or kalviro_set_lanes. Spans of
+// one frame may meet two sets when another thread switches: every set gives
+// the same bits, so the table stays whole.
+std::atomic<const LaneBuilders*> gInUse{nullptr};
+
+}  // namespace
+
+const LaneBuilders& laneBuilders() {
+    const LaneBuilders* set = gInUse.load(std::memory_order_acquire);
+    if (set != nullptr) return *set;
+    gInUse.compare_exchange_strong(set, &initialLaneBuilders(), std::memory_order_acq_rel);
+    return *gInUse.load(std::memory_order_acquire);
+}
+
+bool selectLaneBuilders(const char* name) {
+    const LaneBuilders* chosen = name == nullptr ? &initialLaneBuilders() : runnableLaneBuildersNamed(name);
+    if (chosen == nullptr) return false;
+    gInUse.store(chosen, std::memory_order_release);
+    return true;
 }
 
 }  // namespace kalviro
 
 extern "C" const char* kalviro_lanes(void) { return kalviro::laneBuilders().name; }
+
+extern "C" int32_t kalviro_set_lanes(const char* name) { return kalviro::selectLaneBuilders(name) ? 0 : -1; }

@@ -14,27 +14,30 @@ bool blockDistanceRules(float distance) {
     return d <= 0.000001 || d >= -0.000001;
 }
 
+}  // namespace
+
 double blockDistance(const uint8_t* block) {
     return static_cast<double>(get(block, field::distance)) / 100.0;
 }
 
-}  // namespace
-
-float atmosphereFrame(float T, const uint8_t* block, float air, float distance) {
+double frameAirRate(const uint8_t* block) {
     const double H =
         (static_cast<double>(static_cast<float>(get(block, field::humidity))) - 60.0) * 0.0008 + 1.0;
-    const double R = kAtmRate * H;
-    const double D = blockDistanceRules(distance) ? blockDistance(block) : static_cast<double>(distance);
-    const float u = static_cast<float>((D - 1.5) * R);
-    const double e = myexp(-static_cast<double>(u));
+    return kAtmRate * H;
+}
+
+float frameAirCorrection(float T, float air, double e) {
     const float d = T - air;
     return static_cast<float>(static_cast<double>(air) + ((1.0 - e * kAtmA) * d) / kAtmC);
 }
 
-float atmosphereFrameNeutral(float T, float air) {
-    return static_cast<float>(((1.0 - 1.0 * kAtmA) * static_cast<double>(T - air)) / kAtmC +
-                              static_cast<double>(air));
+float atmosphereFrame(float T, const uint8_t* block, float air, float distance) {
+    const double D = blockDistanceRules(distance) ? blockDistance(block) : static_cast<double>(distance);
+    const float u = static_cast<float>((D - 1.5) * frameAirRate(block));
+    return frameAirCorrection(T, air, myexp(-static_cast<double>(u)));
 }
+
+float atmosphereFrameNeutral(float T, float air) { return frameAirCorrection(T, air, 1.0); }
 
 double pixelAirExp(const uint8_t* block, float distance, float B3) {
     const float h = static_cast<float>(get(block, field::humidity)) - 60.0f;

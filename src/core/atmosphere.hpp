@@ -21,6 +21,13 @@ float atmosphereFrame(float T, const uint8_t* block, float air, float distance);
 // have no effect.
 float atmosphereFrameNeutral(float T, float air);
 
+// The per-frame form in parts: the block's distance in metres, the rate
+// kAtmRate times the humidity term (double), and the correction of T with
+// the exponential e.
+double blockDistance(const uint8_t* block);
+double frameAirRate(const uint8_t* block);
+float frameAirCorrection(float T, float air, double e);
+
 // Per-pixel form, with the module's const_A3 and const_B3.
 float atmospherePixel(float T, const uint8_t* block, float air, float distance, float A3, float B3);
 

@@ -5,8 +5,11 @@
 // and written byte by byte, never through a cast pointer.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "kalviro.h"
 
 namespace kalviro {
 
@@ -16,56 +19,65 @@ struct Field {
 };
 
 namespace field {
-// Only the fields the conversion reads or writes; offsets as the camera lays
-// them down.
-constexpr Field<float> warmDiffLow{0x030};
-constexpr Field<float> warmDiffHigh{0x034};
-constexpr Field<float> itRefTemp{0x03c};
-constexpr Field<float> itSlope{0x040};
-constexpr Field<float> shutterQuad{0x044};
-constexpr Field<float> shutterLin{0x048};
-constexpr Field<float> grayOffset{0x088};
-constexpr Field<float> warmDivisor{0x090};
-constexpr Field<float> driftGain{0x09c};
-constexpr Field<float> curveBias{0x0a4};
-constexpr Field<float> warmGain{0x0c8};
-constexpr Field<float> shutterCH5{0x0cc};
-constexpr Field<int32_t> tempRange{0x0d0};
-constexpr Field<int32_t> lensType{0x0d4};
-constexpr Field<int32_t> upTime{0x0d8};
-constexpr Field<int32_t> tempCH1{0x0dc};
-constexpr Field<int32_t> tempCH3{0x0e0};
-constexpr Field<int32_t> tempCH2{0x0e4};
-constexpr Field<int32_t> tempCH5{0x0ec};
-constexpr Field<int32_t> distance{0x0f0};
-constexpr Field<int32_t> shutterDrift{0x0f4};
-constexpr Field<int32_t> tempGain{0x0f8};
-constexpr Field<int32_t> atmA{0x0fc};
-constexpr Field<int32_t> atmB{0x100};
-constexpr Field<int32_t> humidity{0x104};
-constexpr Field<int32_t> tempOffset{0x108};
-constexpr Field<int32_t> grayBias{0x10c};
-constexpr Field<int32_t> paraA{0x110};
-constexpr Field<int32_t> paraB{0x114};
-constexpr Field<int32_t> grayRef{0x118};
-constexpr Field<float> shutterCH2{0x11c};
-constexpr Field<float> shutterCH3{0x120};
-constexpr Field<int32_t> driftScale{0x124};
-constexpr Field<float> warmShift{0x128};
-constexpr Field<int32_t> warmHold{0x12c};
-constexpr Field<int32_t> windowTrans{0x130};
-constexpr Field<int32_t> envTemp{0x134};
-constexpr Field<int32_t> windowTransLong{0x134};
-constexpr Field<int32_t> bodyTemp{0x138};
-constexpr Field<int32_t> envTempLong{0x138};
-constexpr Field<int32_t> driftGainExt{0x144};
-constexpr Field<int32_t> auxGate{0x148};
-constexpr uint32_t paraBlob = 0x188;
-constexpr uint32_t paraBlobSize = 81;
+// Only the fields the conversion reads or writes. Offset and type come from
+// TempFrameInfo in kalviro.h, the one place the camera's layout is written.
+#define KALVIRO_BLOCK_FIELD(name) \
+    constexpr Field<decltype(TempFrameInfo::name)> name { offsetof(TempFrameInfo, name) }
+KALVIRO_BLOCK_FIELD(warmDiffLow);
+KALVIRO_BLOCK_FIELD(warmDiffHigh);
+KALVIRO_BLOCK_FIELD(itRefTemp);
+KALVIRO_BLOCK_FIELD(itSlope);
+KALVIRO_BLOCK_FIELD(shutterQuad);
+KALVIRO_BLOCK_FIELD(shutterLin);
+KALVIRO_BLOCK_FIELD(grayOffset);
+KALVIRO_BLOCK_FIELD(warmDivisor);
+KALVIRO_BLOCK_FIELD(driftGain);
+KALVIRO_BLOCK_FIELD(curveBias);
+KALVIRO_BLOCK_FIELD(warmGain);
+KALVIRO_BLOCK_FIELD(shutterCH5);
+KALVIRO_BLOCK_FIELD(tempRange);
+KALVIRO_BLOCK_FIELD(lensType);
+KALVIRO_BLOCK_FIELD(upTime);
+KALVIRO_BLOCK_FIELD(tempCH1);
+KALVIRO_BLOCK_FIELD(tempCH3);
+KALVIRO_BLOCK_FIELD(tempCH2);
+KALVIRO_BLOCK_FIELD(tempCH5);
+KALVIRO_BLOCK_FIELD(distance);
+KALVIRO_BLOCK_FIELD(shutterDrift);
+KALVIRO_BLOCK_FIELD(tempGain);
+KALVIRO_BLOCK_FIELD(atmA);
+KALVIRO_BLOCK_FIELD(atmB);
+KALVIRO_BLOCK_FIELD(humidity);
+KALVIRO_BLOCK_FIELD(tempOffset);
+KALVIRO_BLOCK_FIELD(grayBias);
+KALVIRO_BLOCK_FIELD(paraA);
+KALVIRO_BLOCK_FIELD(paraB);
+KALVIRO_BLOCK_FIELD(grayRef);
+KALVIRO_BLOCK_FIELD(shutterCH2);
+KALVIRO_BLOCK_FIELD(shutterCH3);
+KALVIRO_BLOCK_FIELD(driftScale);
+KALVIRO_BLOCK_FIELD(warmShift);
+KALVIRO_BLOCK_FIELD(warmHold);
+KALVIRO_BLOCK_FIELD(windowTrans);
+KALVIRO_BLOCK_FIELD(envTemp);
+constexpr Field<int32_t> windowTransLong{offsetof(TempFrameInfo, envTemp)};  // the long layout's word
+KALVIRO_BLOCK_FIELD(bodyTemp);
+constexpr Field<int32_t> envTempLong{offsetof(TempFrameInfo, bodyTemp)};  // the long layout's word
+KALVIRO_BLOCK_FIELD(driftGainExt);
+KALVIRO_BLOCK_FIELD(auxGate);
+constexpr uint32_t paraBlob = offsetof(TempFrameInfo, paraBlob);
+constexpr uint32_t paraBlobSize = sizeof(TempFrameInfo::paraBlob);
 
-constexpr Field<float> grayCurve(int k) { return {static_cast<uint32_t>(0x000 + 4 * k)}; }
-constexpr Field<float> tempBinGain(int k) { return {static_cast<uint32_t>(0x04c + 4 * k)}; }
-constexpr Field<float> grayCurveExt(int k) { return {static_cast<uint32_t>(0x094 + 4 * k)}; }
+constexpr Field<float> grayCurve(int k) {
+    return {static_cast<uint32_t>(offsetof(TempFrameInfo, grayCurve) + 4 * k)};
+}
+constexpr Field<float> tempBinGain(int k) {
+    return {static_cast<uint32_t>(offsetof(TempFrameInfo, tempBinGain) + 4 * k)};
+}
+constexpr Field<float> grayCurveExt(int k) {
+    return {static_cast<uint32_t>(offsetof(TempFrameInfo, grayCurveExt) + 4 * k)};
+}
+#undef KALVIRO_BLOCK_FIELD
 }  // namespace field
 
 inline uint32_t loadLe32(const uint8_t* p) {

@@ -38,13 +38,4 @@ float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float 
     return scalePixel<Scalar>(Tc, f, air, gain, offset);
 }
 
-float distanceRise(float F, const uint8_t* block) {
-    return distanceRiseAt(F, get(block, field::tempRange),
-                          static_cast<double>(get(block, field::distance)) / 100.0);
-}
-
-float distanceRiseAt(float F, int32_t range, double D) { return distanceRiseAt<Scalar>(F, range, D); }
-
-int32_t distanceBoost(float F, const uint8_t* block) { return toInt(distanceRise(F, block)); }
-
 }  // namespace kalviro

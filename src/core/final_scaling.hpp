@@ -28,12 +28,4 @@ int32_t scaleFrame(float Tc, const EmissFactor& f, float air, const uint8_t* blo
 float scalePixel(float Tc, const EmissFactor& f, float air, const uint8_t* block);
 float scalePixel(float Tc, const EmissFactor& f, float air, int32_t gain, float offset);
 
-// The per-pixel distance boost from the block's distance: from 8 m in
-// tempRange 2, from 4 m in 3, none in 4. Returns the truncated hundredths.
-int32_t distanceBoost(float F, const uint8_t* block);
-// The boosted value itself, hundredths as a float, from the block or from
-// its tempRange and distance in metres.
-float distanceRise(float F, const uint8_t* block);
-float distanceRiseAt(float F, int32_t tempRange, double distance);
-
 }  // namespace kalviro

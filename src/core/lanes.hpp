@@ -24,9 +24,12 @@
 
 // Vectors are passed between the kernel's inline functions only, never
 // across the library's interface: their calling convention does not matter.
+// The warning is off for this header's definitions alone.
 #if defined(__clang__)
+#pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wpsabi"
 #elif defined(__GNUC__)
+#pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpsabi"
 #endif
 
@@ -295,3 +298,9 @@ typename L::I rank(const float* table, int levels, typename L::F x) {
 }
 
 }  // namespace kalviro
+
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#elif defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif

@@ -1,10 +1,10 @@
-// Each function has two roads. The fast one carries about 100 bits (powers)
-// or 70 bits (exp) as the unevaluated sum of two doubles, products made exact
-// by Veltkamp's split and Dekker's product, without fused multiply-adds; its
-// result is taken when the whole error interval rounds to one double. Where
-// it does not, or where the value leaves the range the fast road is built
-// for, the slow road computes in integers: powers exactly, exp in fixed point
-// with 288 fraction bits; either is then rounded once, subnormals included.
+// Ziv's strategy: evaluate with an error bound, and take the result when the
+// whole error interval rounds to one double; otherwise evaluate again, more
+// precisely. exp tries doubles alone (about 60 bits), then the unevaluated
+// sum of two doubles (about 100 bits, products made exact by Veltkamp's split
+// and Dekker's product, no fused multiply-adds); powers start at the second.
+// The last road computes in integers: powers exactly, exp in fixed point with
+// 288 fraction bits; either is then rounded once, subnormals included.
 #include "core/rounded_math.hpp"
 
 #include <cmath>
@@ -145,6 +145,46 @@ void decompose(double x, uint64_t& m, int& e) {
 }
 
 // ---- Powers ----------------------------------------------------------------
+
+// a * b = p.hi + p.lo exactly when b has at most 26 significant bits (a float
+// widened, say): b needs no split.
+TwoDouble shortProduct(double a, double b) {
+    double ah, al;
+    split(a, ah, al);
+    const double p = a * b;
+    return {p, (ah * b - p) + al * b};
+}
+
+// x^n for 2 <= n <= 7 and x of at most 24 significant bits with |x| in
+// [2^-100, 2^100]: x^2 is exact, x^3 and x^4 are exact products rounded once,
+// so they need no check; x^5 to x^7 come from x^3 = p3 + e3 and x^4 = p4 + e4,
+// both exact, with errors below 2^-103 of the value (the products of the
+// small parts rounded or dropped, their sums rounded), tested at 2^-100.
+bool powShort(double x, int n, double& out) {
+    const double d2 = x * x;
+    if (n == 2) {
+        out = d2;
+        return true;
+    }
+    if (n == 3 || n == 4) {
+        out = n == 3 ? d2 * x : d2 * d2;
+        return true;
+    }
+    const TwoDouble x3 = shortProduct(d2, x);
+    const TwoDouble x4 = twoProduct(d2, d2);
+    TwoDouble y;
+    if (n == 5) {
+        const TwoDouble p = shortProduct(x4.hi, x);
+        y = {p.hi, p.lo + x4.lo * x};
+    } else if (n == 6) {
+        const TwoDouble p = twoProduct(x3.hi, x3.hi);
+        y = {p.hi, p.lo + 2.0 * (x3.hi * x3.lo)};
+    } else {
+        const TwoDouble p = twoProduct(x4.hi, x3.hi);
+        y = {p.hi, p.lo + (x4.hi * x3.lo + x4.lo * x3.hi)};
+    }
+    return roundsSurely(y.hi, y.lo, (y.hi < 0 ? -y.hi : y.hi) * 0x1p-100, out);
+}
 
 // Exactly, in integers: x^n = m^n * 2^(n e), m^n of at most 53 n bits.
 double powExact(double x, int n) {
@@ -293,37 +333,58 @@ double expSlow(double x) {
     return nearestDouble(sum, kFixLimbs, int64_t{k} - kFixFraction);
 }
 
-// ---- exp, fast road ---------------------------------------------------------
+// ---- exp, quick and careful roads ------------------------------------------
 
-// ln2 / 64 as hi + mid + lo; hi and mid have 36 significant bits, so their
-// products with |k| < 2^17 are exact.
-constexpr double kLn2By64Hi = 0x1.62e42fefa0000p-7;
-constexpr double kLn2By64Mid = 0x1.cf79abc9e0000p-46;
-constexpr double kLn2By64Lo = 0x1.d9cc01f97b57ap-85;
-constexpr double k64ByLn2 = 0x1.71547652b82fep+6;
+// ln2 / 256 as hi + mid + lo, hi and mid of 34 significant bits so that their
+// products with |k| < 2^19 are exact; midLo is mid + lo rounded, for the
+// quick road.
+constexpr double kLn2By256Hi = 0x1.62e42fef8p-9;
+constexpr double kLn2By256Mid = 0x1.1cf79abc8p-44;
+constexpr double kLn2By256Lo = 0x1.e3b39803f2f6bp-80;
+constexpr double kLn2By256MidLo = 0x1.1cf79abc9e3b4p-44;
+constexpr double k256ByLn2 = 0x1.71547652b82fep+8;
+constexpr double kRoundShift = 0x1.8p52;  // adding it rounds |t| < 2^51 to an integer
 
-}  // namespace
+// x = (256 k + j) ln2/256 + r, |r| <= ln2/512 and a hair.
+struct Reduced {
+    double kd;  // 256 k + j
+    double r1;  // x - kd hi, exact (Sterbenz)
+    int32_t j;
+    int32_t k;
+};
 
-double roundedExp(double x) {
-    if (x != x) return x + x;
-    if (x > 709.79) return kInf;  // e^709.79 > the largest double; +inf too
-    if (x < -745.14) return 0.0;  // below half the smallest subnormal; -inf too
-    if (x > -0x1p-54 && x < 0x1p-54) return 1.0;
+Reduced reduce(double x) {
+    Reduced a;
+    a.kd = (x * k256ByLn2 + kRoundShift) - kRoundShift;
+    const int32_t ki = toInt(a.kd);
+    a.j = static_cast<int32_t>(static_cast<uint32_t>(ki) & 255u);
+    a.k = (ki - a.j) / 256;
+    a.r1 = x - a.kd * kLn2By256Hi;
+    return a;
+}
 
-    // x = (64 k + j) ln2/64 + r, |r| <= ln2/128 (and a little), r = rh + rl.
-    const double kd = std::floor(x * k64ByLn2 + 0.5);
-    const int32_t ki = toInt(kd);
-    const int32_t j = ((ki % 64) + 64) % 64;
-    const int32_t k = (ki - j) / 64;
-    const double r1 = x - kd * kLn2By64Hi;  // exact (Sterbenz)
-    const TwoDouble s = twoSum(r1, -(kd * kLn2By64Mid));
-    const TwoDouble p3 = twoProduct(kd, kLn2By64Lo);
-    const TwoDouble d = twoSum(s.hi, -p3.hi);
-    const TwoDouble r = fastTwoSum(d.hi, d.lo + (s.lo - p3.lo));
+// Doubles only, for |x| in [2^-54, 746): |r| <= 2^-9.5. Error bounds, in
+// units of the result (at least 1 before scaling): r rounded once, 2^-62.4
+// with mid + lo rounded and kd lo's rounding; e^r - 1 = r + r^2 (1/2 + ...)
+// to r^5 (the rest below 2^-66), the sum rounded once: 2^-62.5; Th (e^r - 1)
+// and its sum with Tl rounded: 2^-61.5 each. In all below 2^-59.5, doubled
+// by Th < 2 where it multiplies: the test allows 2^-58.
+bool expQuick(const Reduced& a, double& out) {
+    const double r = a.r1 - a.kd * kLn2By256MidLo;
+    const double q = (r * r) * (0.5 + r * (1.0 / 6 + r * (1.0 / 24 + r * (1.0 / 120))));
+    const double p = r + q;
+    const TwoDouble& t = rounded::kExp2Table[a.j];
+    const double lo = t.lo + t.hi * p;
+    return roundsSurely(t.hi, lo, t.hi * 0x1p-58, out);
+}
 
-    // e^r = 1 + r + r^2/2 + q, q = r^3/6 + ... + r^8/40320 in double: q is
-    // below 2^-25, its rounding errors below 2^-76, the series' remainder
-    // below 2^-86.
+// About 100 bits, as sums of two doubles: r = rh + rl within 2^-108, e^r as
+// 1 + rh + rh^2/2 exactly split, the rest of the series (to r^8, remainder
+// below 2^-86) in doubles with errors below 2^-80, times the table's entry
+// within 2^-100. Error below 2^-78; the test allows 2^-72.
+bool expCareful(const Reduced& a, double& out) {
+    const TwoDouble s = twoSum(a.r1, -(a.kd * kLn2By256Mid));
+    const TwoDouble r = fastTwoSum(s.hi, s.lo - a.kd * kLn2By256Lo);
     const double rh = r.hi;
     double q = 1.0 / 40320;
     q = q * rh + 1.0 / 5040;
@@ -333,19 +394,28 @@ double roundedExp(double x) {
     q = q * rh + 1.0 / 6;
     q = q * (rh * rh * rh);
     const TwoDouble sq = twoProduct(rh, rh);
-    const TwoDouble a = fastTwoSum(1.0, rh);
-    const TwoDouble b = twoSum(a.hi, 0.5 * sq.hi);
-    const double small = a.lo + b.lo + r.lo + (0.5 * sq.lo + rh * r.lo) + q;
-    const TwoDouble er = fastTwoSum(b.hi, small);
-    const TwoDouble y = multiply(rounded::kExp2Sixtyfourths[j], er);
+    const TwoDouble b1 = fastTwoSum(1.0, rh);
+    const TwoDouble b2 = twoSum(b1.hi, 0.5 * sq.hi);
+    const double small = b1.lo + b2.lo + r.lo + (0.5 * sq.lo + rh * r.lo) + q;
+    const TwoDouble er = fastTwoSum(b2.hi, small);
+    const TwoDouble y = multiply(rounded::kExp2Table[a.j], er);
+    return roundsSurely(y.hi, y.lo, y.hi * 0x1p-72, out);
+}
 
-    // Error below 2^-74 of y; the test allows 2^-68.
+}  // namespace
+
+double roundedExp(double x) {
+    if (x != x) return x + x;
+    if (x > 709.79) return kInf;  // e^709.79 > the largest double; +inf too
+    if (x < -745.14) return 0.0;  // below half the smallest subnormal; -inf too
+    if (x > -0x1p-54 && x < 0x1p-54) return 1.0;
+
+    // Both roads round in [0.99, 2]; scaling by 2^k is then exact, or
+    // overflows exactly when the rounded value reaches 2^1024. Results that
+    // would be subnormal take the exact road, which rounds once.
+    const Reduced a = reduce(x);
     double out;
-    if (k >= -1021 && k <= 1023 && roundsSurely(y.hi, y.lo, y.hi * 0x1p-68, out)) {
-        // out in [0.99, 2]: scaling is exact, or overflows exactly when the
-        // rounded value reaches 2^1024.
-        return out * twoTo(k);
-    }
+    if (a.k >= -1021 && a.k <= 1023 && (expQuick(a, out) || expCareful(a, out))) return out * twoTo(a.k);
     return expSlow(x);
 }
 
@@ -358,10 +428,16 @@ double roundedPow(double x, int n) {
     if (x == 0.0) return odd ? x : 0.0;
     if (x == kInf || x == -kInf) return odd ? x : kInf;
 
-    // Fast road: |x| in [2^ex, 2^(ex+1)) with n |ex| and n (ex + 1) at most
+    const int ex = static_cast<int>((bitsOf(x) >> 52) & 0x7ff) - 1023;
+    double out;
+    if (n <= 7 && ex >= -100 && ex < 100 && (bitsOf(x) & ((uint64_t{1} << 29) - 1)) == 0 &&
+        powShort(x, n, out)) {
+        return out;
+    }
+
+    // Square and multiply: |x| in [2^ex, 2^(ex+1)) with n |ex| and n (ex + 1) at most
     // 960 keeps every product of the square-and-multiply chain within
     // [2^-960, 2^960], clear of underflow and of the split's limit.
-    const int ex = static_cast<int>((bitsOf(x) >> 52) & 0x7ff) - 1023;
     if (n * (ex < 0 ? -ex : ex + 1) <= 960) {
         const TwoDouble base{x, 0.0};
         TwoDouble y = base;
@@ -373,7 +449,6 @@ double roundedPow(double x, int n) {
         }
         // At most 8 products, each within 2^-100, doubled by each squaring
         // after it: below 2^-94.
-        double out;
         const double mag = y.hi < 0 ? -y.hi : y.hi;
         if (roundsSurely(y.hi, y.lo, mag * 0x1p-90, out)) return out;
     }

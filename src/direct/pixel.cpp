@@ -12,9 +12,6 @@
 namespace kalviro::direct {
 namespace {
 
-// The static that carries the per-pixel air temperature: const_CH2 holds c2.
-bool pixelAirIsC2(Air air) { return air == Air::C1FrameC2 || air == Air::C2; }
-
 void common(PixelPlan& p, const CalState& st, const uint8_t* block, Emissivity form, float emissivity,
             float distance) {
     p.grayRef = get(block, field::grayRef);

@@ -8,7 +8,9 @@
 
 #include "core/final_scaling.hpp"
 #include "core/frame.hpp"
+#include "core/frame_stage.hpp"
 #include "core/grids.hpp"
+#include "core/lookup_value.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 
@@ -63,18 +65,6 @@ enum class Drift : uint8_t {
     Gain22,         // drift times a clock, w and gray dependent gain
 };
 
-// Lookup value v of the per-frame stage from base, gf and const_d.
-enum class Join : uint8_t {
-    Float,          // (int)(const_d + (float)base)
-    Int,            // (int)const_d + base
-    Exact,          // ((gf - const_b) + const_R) + const_d, not truncated
-    ExactIntDrift,  // ((gf - const_b) + const_R) + (float)(int)const_d
-    BothInt,        // (float)(int)(...) + (float)(int)const_d
-};
-
-// What the tail stores in warmShift when warmHold is 0.
-enum class Store : uint8_t { Shift, Zero };
-
 struct Branch {
     GridId grid;
     Steps steps;
@@ -82,8 +72,8 @@ struct Branch {
     Shift shift;
     Drift drift;
     Join join;
-    Store store;
-    bool latchWCH5;  // wCH5 takes itRefTemp while still 0
+    Publish publish;
+    bool seedWCH5;  // wCH5 takes itRefTemp while still 0
 };
 
 // Air temperature of the per-frame and the per-pixel stage.
@@ -99,6 +89,9 @@ enum class Result : uint8_t {
     LongPlain,   // per-frame whole degrees, per-pixel F / 100 as a float
     LongWindow,  // as LongPlain, per-pixel through windowTransLong
 };
+
+// The static that carries the per-pixel air temperature: const_CH2 holds c2.
+inline bool pixelAirIsC2(Air air) { return air == Air::C1FrameC2 || air == Air::C2; }
 
 struct Recipe {
     int32_t calType;

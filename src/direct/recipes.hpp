@@ -10,8 +10,8 @@
 namespace kalviro::direct {
 namespace recipe_words {
 
-inline constexpr bool latch = true;
-inline constexpr bool keep = false;
+inline constexpr bool seed = true;
+inline constexpr bool noSeed = false;
 inline constexpr bool computed = true;
 inline constexpr bool read = false;
 inline constexpr bool boost = true;
@@ -31,55 +31,55 @@ inline constexpr RowTest oc = RowTest::OpenClosed;
 
 // clang-format off
 // Branches shared by several members.
-inline constexpr Branch k20Range2{G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::Plain, J::Float, Store::Zero, latch};
-inline constexpr Branch k20Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep};
-inline constexpr Branch k20Range4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::Int, Store::Shift, keep};
-inline constexpr Branch k21Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep};
-inline constexpr Branch k21Range4{G::GridHigh7, S::Plain, B::BinsHigh21, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep};
-inline constexpr Branch k57Range2{G::Grid45, S::Plain, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch};
-inline constexpr Branch k57Range3{G::GridMid7, S::Plain, B::Mid45Bins, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep};
-inline constexpr Branch k57Range4{G::GridHigh7, S::Plain, B::Slope45, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep};
-inline constexpr Branch kWideRange3{G::GridMid7Wide, S::Stepped, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Store::Shift, keep};
-inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::BothInt, Store::Shift, keep};
-inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::Exact, Store::Shift, latch};
-inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Store::Shift, keep};
+inline constexpr Branch k20Range2{G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::Plain, J::Float, Publish::Zero, seed};
+inline constexpr Branch k20Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch k20Range4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch k21Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockLow, D::Quad4, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch k21Range4{G::GridHigh7, S::Plain, B::BinsHigh21, H::ClockLow, D::Quad4LongRun, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch k57Range2{G::Grid45, S::Plain, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed};
+inline constexpr Branch k57Range3{G::GridMid7, S::Plain, B::Mid45Bins, H::ClockLow, D::Quad4, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch k57Range4{G::GridHigh7, S::Plain, B::Slope45, H::ClockLow, D::Quad4LongRun, J::Int, Publish::Shift, noSeed};
+inline constexpr Branch kWideRange3{G::GridMid7Wide, S::Stepped, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Publish::Shift, noSeed};
+inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::Quad4LongRun, J::BothInt, Publish::Shift, noSeed};
+inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::ExactGrayFirst, Publish::Shift, seed};
+inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad4, J::ExactIntDrift, Publish::Shift, noSeed};
 
 inline constexpr Recipe kRecipes[] = {
     // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
     {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
     {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
-    {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Store::Shift, keep},
+    {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Publish::Shift, noSeed},
                    k20Range3, k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
-    {23, computed, k20Range2, {G::GridHigh12, S::High12, B::Mid25, H::ClockHigh, D::Quad4, J::Int, Store::Shift, keep},
+    {23, computed, k20Range2, {G::GridHigh12, S::High12, B::Mid25, H::ClockHigh, D::Quad4, J::Int, Publish::Shift, noSeed},
                    k20Range4, co, E::Table, A::NeutralC1, boost, R::Hundredths},
     {24, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {25, computed, {G::GridDegree11, S::Plain, B::Degree11, H::Degree11, D::Plain, J::Float, Store::Shift, latch},
-                   {G::GridMid7, S::Stepped, B::Mid25Ext, H::ClockPlain, D::Quad4, J::Int, Store::Shift, keep},
+    {25, computed, {G::GridDegree11, S::Plain, B::Degree11, H::Degree11, D::Plain, J::Float, Publish::Shift, seed},
+                   {G::GridMid7, S::Stepped, B::Mid25Ext, H::ClockPlain, D::Quad4, J::Int, Publish::Shift, noSeed},
                    k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
-    {26, computed, {G::Grid25, S::Plain, B::Bins25, H::Clock3000, D::TimesB4, J::Float, Store::Shift, latch},
+    {26, computed, {G::Grid25, S::Plain, B::Bins25, H::Clock3000, D::TimesB4, J::Float, Publish::Shift, seed},
                    k20Range3, k20Range4, co, E::Table, A::C2, boost, R::Hundredths},
     {27, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {50, read, {G::GridFine45, S::Plain, B::BinsFine50, H::LensShort, D::Plain, J::Exact, Store::Shift, latch},
-               {G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::ExactIntDrift, Store::Shift, keep},
+    {50, read, {G::GridFine45, S::Plain, B::BinsFine50, H::LensShort, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
+               {G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad4, J::ExactIntDrift, Publish::Shift, noSeed},
                kLongRange4, oc, E::Table, A::C1, noBoost, R::LongPlain},
-    {51, read, {G::GridFine45, S::Plain, B::BinsFine, H::Lens6, D::Plain, J::Exact, Store::Shift, latch},
+    {51, read, {G::GridFine45, S::Plain, B::BinsFine, H::Lens6, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
                kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {52, read, {G::GridDegree12, S::Plain, B::Degree12, H::Lens6Ext, D::Plain, J::Exact, Store::Shift, latch},
+    {52, read, {G::GridDegree12, S::Plain, B::Degree12, H::Lens6Ext, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
                kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
     {54, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
     {55, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {56, computed, {G::GridFine45, S::Plain, B::BinsFine, H::Clock56, D::GrayFactor56, J::Float, Store::Zero, latch},
-                   {G::Grid45Ext, S::Ext45, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
+    {56, computed, {G::GridFine45, S::Plain, B::BinsFine, H::Clock56, D::GrayFactor56, J::Float, Publish::Zero, seed},
+                   {G::Grid45Ext, S::Ext45, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed},
                    k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
     {57, computed, k57Range2, k57Range3, k57Range4, oc, E::Table, A::C1, boost, R::Hundredths},
-    {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Store::Zero, latch},
-                   {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad4, J::Int, Store::Shift, keep},
+    {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed},
+                   {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad4, J::Int, Publish::Shift, noSeed},
                    k20Range4, oc, E::Table, A::C1, boost, R::Hundredths},
     {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths},
-    {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::Quad4LongRun, J::Int, Store::Shift, keep},
+    {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::Quad4LongRun, J::Int, Publish::Shift, noSeed},
                    co, E::Polynomial, A::C1, boost, R::Hundredths},
     {90, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
-    {100, computed, {G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::TimesB4To5000, J::Float, Store::Zero, latch},
+    {100, computed, {G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::TimesB4To5000, J::Float, Publish::Zero, seed},
                     k20Range3, k20Range4, co, E::Polynomial, A::C1, boost, R::Hundredths},
     {110, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
     {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},

@@ -103,16 +103,30 @@ double edgeOf(int bin, float baseTemp) {
     return static_cast<double>(baseTemp + emissLadder[kIndex.row[1][bin]].binOffset);
 }
 
+// The emissivity widened and its powers d^3 to d^7, each rounded once
+// (roundedPow); a plan's bins share them.
+struct Powers {
+    double d;
+    double p[8];
+};
+
+Powers powersOf(float emissivity) {
+    Powers w{};
+    w.d = emissivity;
+    for (int n = 3; n <= 7; ++n) w.p[n] = roundedPow(w.d, n);
+    return w;
+}
+
 // Strictly from the highest degree down; the square is d * d and the first
-// power d itself, the others are powers rounded once (roundedPow).
-float polynomial(const EmissLadderRow& row, float emissivity) {
-    const double d = emissivity;
+// power d itself, the others are the rounded powers.
+float polynomial(const EmissLadderRow& row, const Powers& w) {
+    const double d = w.d;
     const double* c = row.c;
-    double sum = c[0] * roundedPow(d, 7);
-    sum = sum + c[1] * roundedPow(d, 6);
-    sum = sum + c[2] * roundedPow(d, 5);
-    sum = sum + c[3] * roundedPow(d, 4);
-    sum = sum + c[4] * roundedPow(d, 3);
+    double sum = c[0] * w.p[7];
+    sum = sum + c[1] * w.p[6];
+    sum = sum + c[2] * w.p[5];
+    sum = sum + c[3] * w.p[4];
+    sum = sum + c[4] * w.p[3];
     sum = sum + (d * d) * c[5];
     sum = sum + c[6] * d;
     return static_cast<float>(sum);
@@ -136,7 +150,7 @@ float hundredthsThreshold(double edge) {
 float ladderFactor(float emissivity, double x, float baseTemp) {
     int bin = 0;
     while (bin < kEdges && !(x <= edgeOf(bin, baseTemp))) ++bin;
-    return polynomial(rowFor(emissivity, bin), emissivity);
+    return polynomial(rowFor(emissivity, bin), powersOf(emissivity));
 }
 
 float LadderPlan::factorAt(double x) const {
@@ -151,7 +165,8 @@ LadderPlan ladderPlan(float emissivity, float baseTemp) {
         plan.edge[bin] = edgeOf(bin, baseTemp);
         plan.qEdge[bin] = hundredthsThreshold(plan.edge[bin]);
     }
-    for (int bin = 0; bin < kBins; ++bin) plan.factor[bin] = polynomial(rowFor(emissivity, bin), emissivity);
+    const Powers w = powersOf(emissivity);
+    for (int bin = 0; bin < kBins; ++bin) plan.factor[bin] = polynomial(rowFor(emissivity, bin), w);
     for (int i = kEdges; i < 32; ++i) plan.qEdge[i] = std::numeric_limits<float>::infinity();
     for (int i = kBins; i < 32; ++i) plan.factor[i] = plan.factor[kBins - 1];
     return plan;

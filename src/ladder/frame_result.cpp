@@ -15,18 +15,11 @@ namespace kalviro::ladder {
 
 int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity) {
     const float baseTemp = degrees(block, field::tempCH1);
-    const double Hd =
-        (static_cast<double>(static_cast<float>(get(block, field::humidity))) - 60.0) * 0.0008 + 1.0;
-    const double HB = Hd * kAtmRate;
-    float q;
-    if (m.exponent == Exponent::Distance) {
-        q = static_cast<float>((static_cast<double>(get(block, field::distance)) / 100.0 - 1.5) * HB);
-    } else {
-        q = static_cast<float>(HB);
-    }
+    const double rate = frameAirRate(block);
+    const float q = m.exponent == Exponent::Distance ? static_cast<float>((blockDistance(block) - 1.5) * rate)
+                                                     : static_cast<float>(rate);
     const double y = m.exp == Exp::My ? myexp(-static_cast<double>(q)) : roundedExp(-static_cast<double>(q));
-    const float a = static_cast<float>(((1.0 - y * kAtmA) * static_cast<double>(rawTemp - baseTemp)) / kAtmC +
-                                       static_cast<double>(baseTemp));
+    const float a = frameAirCorrection(rawTemp, baseTemp, y);
 
     // The apparent temperature is cut to hundredths towards zero here.
     const int32_t n = toInt(a * 100.0f);

@@ -8,7 +8,9 @@
 
 #include <cstdint>
 
+#include "core/frame_stage.hpp"
 #include "core/grids.hpp"
+#include "core/lookup_value.hpp"
 
 namespace kalviro::ladder {
 
@@ -159,21 +161,6 @@ enum class Drift : uint8_t {
     L134,  // the ladder on the latched temperature
 };
 
-// The lookup value x and the row test of the per-frame stage.
-enum class Join : uint8_t {
-    Float,          // (float)(int)(const_d + (float)(int)(grayOffset + (gIn - const_b))), closed-open
-    FloatAdd,       // Float with const_b added
-    Int,            // (float)((int)const_d + (int)(grayOffset + (gIn - const_b))), open-closed
-    IntAdd,         // Int with const_b added
-    OffsetP2,       // 130, 131: the offset polynomial P2 in place of const_b
-    OffsetP3,       // 130, 131: P3 besides const_b
-    Exact,          // const_d + (gIn - const_b) + const_R, not truncated, closed-open
-    ExactIntDrift,  // (gIn - const_b) + const_R + (float)(int)const_d, open-closed
-    BothInt,        // (float)(int)((gIn - const_b) + const_R) + (float)(int)const_d, open-closed
-};
-
-enum class Publish : uint8_t { Zero, Shift };  // warmShift when warmHold is 0
-
 // Clock periods of Drift::Periods: the first ends below `first`, the second
 // at `last` inclusive.
 struct Periods {
@@ -186,7 +173,7 @@ struct Branch {
     Scale scale;
     uint8_t scaleFrom;  // curve index from which points are scaled
     bool scaleSwitch;   // bg[14] stands for itSlope in the scale when e <= 0
-    Steps kD;
+    Steps steps;
     BodyDrift body;
     Latch latch;
     Warm warm;

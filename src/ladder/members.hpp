@@ -1,5 +1,5 @@
 // The ladder CalTypes, one row each: stage, drift form and air channel; the
-// branch of each tempRange (grid, scale and the curve index it starts at, kD
+// branch of each tempRange (grid, scale and the curve index it starts at, steps
 // by row, body drift, latch, warm-up shift, drift counts, lookup value, what
 // warmShift receives, seed of wCH5, the switch of the scale); the per-pixel
 // pipeline; the exponent of the per-frame result.
@@ -47,7 +47,7 @@ inline constexpr Limiter L1 = Limiter::L1;
 inline constexpr Limiter L2 = Limiter::L2;
 
 // clang-format off
-// Branches: grid, scale, scaled from, switch, kD, body drift, latch, warm-up
+// Branches: grid, scale, scaled from, switch, steps, body drift, latch, warm-up
 // shift, drift counts, clock periods, lookup value, warmShift, seed.
 // The 81 stage and the branches its variants share.
 inline constexpr Branch k81Range2{G::Grid25, Sc::None, 0, noSw, S::Plain, fixed(B::Bins81), L::None, W::FadeG3, D::Plain, none, J::Float, zero, seed};
@@ -161,12 +161,12 @@ inline constexpr Member kMembers[] = {
         {G::GridMid7, Sc::None, 0, noSw, S::Stepped, fixed(B::Mid25), L::None, W::Half102, D::Plain, none, J::Int, shift, noSeed},
         k101Range4, {{12, 7, 10, 0}, A::LensTable, false, F::Trim, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
     {111, StageForm::Long, DriftForm::Read, Channel::CH1,
-        {G::Grid45Ext, Sc::None, 0, noSw, S::Ext45, curve(Xb::MeanCH20, C::B, Wt::TableBLong), L::None, W::LensLatch, D::Plain, none, J::Exact, shift, seed},
+        {G::Grid45Ext, Sc::None, 0, noSw, S::Ext45, curve(Xb::MeanCH20, C::B, Wt::TableBLong), L::None, W::LensLatch, D::Plain, none, J::ExactDriftFirst, shift, seed},
         {G::GridMid10Wide, Sc::None, 0, noSw, S::MidWide10, pivot(B::Pivot155, Xb::MeanCH20, Wt::None), L::None, W::Clock1200, D::Quad, none, J::ExactIntDrift, shift, noSeed},
         {G::GridHigh10, Sc::None, 0, noSw, S::Stepped, fixed(B::Slope20T1), L::None, W::ClockAlways, D::Periods, clock1200, J::BothInt, shift, noSeed},
         {{14, 10, 10, 0}, A::Plain, false, F::LongBase, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
     {121, StageForm::Long, DriftForm::Read, Channel::CH1,
-        {G::Grid45Ext, Sc::None, 0, noSw, S::Ext45, curve(Xb::MeanCH20, C::B, Wt::TableBLong), L::None, W::LensLatch, D::Plain, none, J::Exact, shift, seed},
+        {G::Grid45Ext, Sc::None, 0, noSw, S::Ext45, curve(Xb::MeanCH20, C::B, Wt::TableBLong), L::None, W::LensLatch, D::Plain, none, J::ExactDriftFirst, shift, seed},
         {G::GridMid10Wide, Sc::None, 0, noSw, S::MidWide10, pivot(B::Pivot155, Xb::MeanCH20, Wt::None), L::None, W::Clock1200, D::Quad, none, J::ExactIntDrift, shift, noSeed},
         {G::GridHigh10, Sc::None, 0, noSw, S::Stepped, fixed(B::Slope20T1), L::None, W::ClockAlways, D::Periods, clock1200, J::BothInt, shift, noSeed},
         {{14, 10, 10, 0}, A::Plain, false, F::LongFixed, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},

@@ -4,7 +4,9 @@
 #include "ladder/stage.hpp"
 
 #include "core/block.hpp"
+#include "core/frame_stage.hpp"
 #include "core/grids.hpp"
+#include "core/lookup_value.hpp"
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
 
@@ -43,45 +45,11 @@ float driftCounts(const Branch& br, int32_t N, const Frame& f, const CalState& s
     return static_cast<float>(N);
 }
 
-// x, the lookup value of the stage.
-float lookupValue(const Branch& br, const Frame& f, const CalState& st) {
-    const float gIn = f.c.gf;
-    const float offset = st.const_R;
-    const float b = st.const_b;
-    const int32_t d = toInt(st.const_d);
-    const double e = f.dIT;
-    switch (br.join) {
-        case Join::Float:
-            return static_cast<float>(toInt(st.const_d + static_cast<float>(toInt(offset + (gIn - b)))));
-        case Join::FloatAdd:
-            return static_cast<float>(toInt(st.const_d + static_cast<float>(toInt(offset + (gIn + b)))));
-        case Join::Int: return static_cast<float>(wrapAdd(d, toInt(offset + (gIn - b))));
-        case Join::IntAdd: return static_cast<float>(wrapAdd(d, toInt(offset + (gIn + b))));
-        case Join::OffsetP2: {
-            // const_b is stored for the per-pixel call but not subtracted.
-            const double P2 = -0.00150561786065162 * e * e * e - 0.0287875890602743 * e * e -
-                              e * 1.03123824100138 - 286.815327857864;
-            return static_cast<float>(
-                wrapAdd(d, toInt(static_cast<float>(P2 + static_cast<double>(offset)) + gIn)));
-        }
-        case Join::OffsetP3: {
-            const double P3 = 0.0968845687545642 * e * e + (-0.000268427914821979) * e * e * e -
-                              e * 2.6023451749582 - 116.915283761753;
-            return static_cast<float>(
-                wrapAdd(d, toInt(static_cast<float>(P3 + static_cast<double>(offset)) + (gIn - b))));
-        }
-        case Join::Exact: return (st.const_d + (gIn - b)) + offset;
-        case Join::ExactIntDrift: return ((gIn - b) + offset) + static_cast<float>(d);
-        case Join::BothInt: return static_cast<float>(toInt((gIn - b) + offset)) + static_cast<float>(d);
-    }
-    return 0.0f;
-}
-
 RowTest rowTest(Join join) {
     switch (join) {
         case Join::Float:
         case Join::FloatAdd:
-        case Join::Exact: return RowTest::ClosedOpen;
+        case Join::ExactDriftFirst: return RowTest::ClosedOpen;
         default: return RowTest::OpenClosed;
     }
 }
@@ -99,74 +67,73 @@ void latch(Latch which, const Frame& f, CalState& st) {
     }
 }
 
+// The ladder steps of the per-frame stage.
+struct Steps {
+    using Row = Member;
+    using Branch = ladder::Branch;
+    using Frame = ladder::Frame;
+
+    static Frame frame(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
+        Frame f{};
+        f.c = frameCtx(block, static_cast<float>(normalisedGray(block, gray)));
+        for (int k = 0; k < 12; ++k) f.gc[k] = f.c.g[k];
+        // The long layout keeps tempCH1 only from a branch that runs.
+        const bool longForm = m.stage == StageForm::Long;
+        if (m.channel == Channel::CH2) {
+            st.const_CH2 = f.c.c2;
+        } else if (!longForm) {
+            st.const_CH1 = f.c.c1;
+        }
+        f.dIT = f.c.c5 - get(block, field::itRefTemp);
+        f.low = get(block, field::warmDiffLow);
+        f.high = get(block, field::warmDiffHigh);
+        f.divisor = get(block, field::warmDivisor);
+        f.driftGain = get(block, field::driftGain);
+        f.rampW = f.c.c5 - (m.channel == Channel::CH1 && !longForm ? st.const_CH1 : f.c.c1);
+        f.sh2 = get(block, field::shutterCH2);
+        f.sh3 = get(block, field::shutterCH3);
+        if (m.drift == DriftForm::Read) {
+            f.N = get(block, field::shutterDrift);
+        } else {
+            f.N = shutterDriftCounts(block, m.drift == DriftForm::NE ? DriftSensor::CH2 : DriftSensor::CH5);
+            set(block, field::shutterDrift, f.N);
+        }
+        return f;
+    }
+    static bool wCH5Unset(float wCH5) { return wCH5UnsetDouble(wCH5); }
+    // The scale multiplies the marks as float products; c.g then holds the
+    // curve as the grid reads it.
+    static Curve curve(const Branch& br, Frame& f) {
+        f.scale = curveScale(br, f);
+        if (br.scale == Scale::None) return gridCurve(br.grid, f.c.block);
+        for (int k = br.scaleFrom; k < 12; ++k) f.c.g[k] = f.gc[k] * f.scale;
+        return gridCurve(br.grid, f.c.block, f.scale, br.scaleFrom);
+    }
+    static float bodyDrift(const Branch& br, const Frame& f, const CalState&) {
+        return ladder::bodyDrift(br.body, f);
+    }
+    static float warmShift(const Branch& br, const Frame& f, CalState& st) {
+        latch(br.latch, f, st);
+        return ladder::warmShift(br.warm, f, st);
+    }
+    static float driftCounts(const Branch& br, const Frame& f, const CalState& st, float& D) {
+        return ladder::driftCounts(br, f.N, f, st, D);
+    }
+    static StepMath stepMath(const Branch&) { return StepMath::WholeFloat; }
+    static float lookupValue(const Branch& br, const Frame& f, const CalState& st) {
+        return kalviro::lookupValue(br.join, f.c.gf, st, f.dIT);
+    }
+    static RowTest rowTest(const Member&, const Branch& br, int32_t) { return ladder::rowTest(br.join); }
+    static void branchDone(const Member& m, const Frame& f, CalState& st) {
+        if (m.stage == StageForm::Long) st.const_CH1 = f.c.c1;
+    }
+};
+
 }  // namespace
 
 float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
-    // Opening: the atmosphere constants, written back so the block tells what
-    // was used.
-    set(block, field::atmA, 4);
-    set(block, field::atmB, 167);
-    st.const_A3 = 0.04f;
-    st.const_B3 = 0.167f;
-    st.const_R = get(block, field::grayOffset);
-
     Frame f{};
-    f.c = frameCtx(block, static_cast<float>(normalisedGray(block, gray)));
-    for (int k = 0; k < 12; ++k) f.gc[k] = f.c.g[k];
-    // The long layout keeps tempCH1 only from a branch that runs.
-    const bool longForm = m.stage == StageForm::Long;
-    if (m.channel == Channel::CH2) {
-        st.const_CH2 = f.c.c2;
-    } else if (!longForm) {
-        st.const_CH1 = f.c.c1;
-    }
-    f.dIT = f.c.c5 - get(block, field::itRefTemp);
-    f.low = get(block, field::warmDiffLow);
-    f.high = get(block, field::warmDiffHigh);
-    f.divisor = get(block, field::warmDivisor);
-    f.driftGain = get(block, field::driftGain);
-    f.rampW = f.c.c5 - (m.channel == Channel::CH1 && !longForm ? st.const_CH1 : f.c.c1);
-    f.sh2 = get(block, field::shutterCH2);
-    f.sh3 = get(block, field::shutterCH3);
-
-    int32_t N = 0;
-    if (m.drift == DriftForm::Read) {
-        N = get(block, field::shutterDrift);
-    } else {
-        N = shutterDriftCounts(block, m.drift == DriftForm::NE ? DriftSensor::CH2 : DriftSensor::CH5);
-        set(block, field::shutterDrift, N);
-    }
-
-    const bool hold = get(block, field::warmHold) != 0;
-    float raw = 0.0f;
-    float published = 0.0f;
-    if (const Branch* br = branchFor(m, get(block, field::tempRange))) {
-        if (br->seedWCH5 && static_cast<double>(st.wCH5) >= -1e-06 && static_cast<double>(st.wCH5) <= 1e-06) {
-            st.wCH5 = get(block, field::itRefTemp);
-        }
-        // The scale multiplies the marks as float products; c.g then holds
-        // the curve as the grid reads it.
-        f.scale = curveScale(*br, f);
-        if (br->scale == Scale::None) {
-            f.curve = gridCurve(br->grid, block);
-        } else {
-            f.curve = gridCurve(br->grid, block, f.scale, br->scaleFrom);
-            for (int k = br->scaleFrom; k < 12; ++k) f.c.g[k] = f.gc[k] * f.scale;
-        }
-        gridSlopes(f.curve, f.c.slope);
-        st.const_b = bodyDrift(br->body, f);
-        latch(br->latch, f, st);
-        float D = warmShift(br->warm, f, st);
-        st.const_d = driftCounts(*br, N, f, st, D);
-        if (hold) D = get(block, field::warmShift);
-
-        segmentBuild(f.curve, br->kD, StepMath::WholeFloat, D, st.tempdata);
-        raw = segmentLookup(st.tempdata, gridRows(br->grid), lookupValue(*br, f, st), rowTest(br->join));
-        published = br->publish == Publish::Shift ? D : 0.0f;
-        if (longForm) st.const_CH1 = f.c.c1;
-    }
-    if (!hold) set(block, field::warmShift, published);
-    return raw;
+    return frameStage<Steps>(m, st, block, gray, f);
 }
 
 }  // namespace kalviro::ladder

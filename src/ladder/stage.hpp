@@ -32,6 +32,7 @@ struct Frame {
     float rampW;     // T5 less the T1 that ramp reads back: const_CH1 where kept
     float sh2, sh3;  // shutterCH2, shutterCH3
     float scale;     // g, 1 where the grid has none
+    int32_t N;       // shutter drift counts
 };
 
 // 1.0 - (dW - warmDiffLow) / (warmDiffHigh - warmDiffLow), not clamped.

@@ -1,19 +1,19 @@
 """What the viewer's tests share: a running `kalviro view`, a synthetic
-recording, and its temperatures through the library's per-pixel C entry
-called through ctypes in a fresh process."""
+recording, and its temperatures through the library's per-pixel C entry in
+a program of its own."""
 import http.client
+import json
 import os
 import re
 import signal
 import struct
 import subprocess
-import sys
 import threading
 
 import pytest
 
 KALVIRO = os.environ.get("KALVIRO", "kalviro")
-LIBRARY = os.environ.get("KALVIRO_LIBRARY", "libkalviro.so")
+PER_PIXEL = os.environ.get("KALVIRO_PER_PIXEL", "kalviro_per_pixel")
 
 CALTYPE = 21
 W, H, FRAMES = 160, 120, 6
@@ -24,9 +24,9 @@ FRAME_BYTES = W * H * 2 + BLOCK
 class Viewer:
     """A running `kalviro view`; its URL read from the first line it prints."""
 
-    def __init__(self, args, stdin=None, cwd=None):
-        self.proc = subprocess.Popen([KALVIRO, "view", *args, "--no-browser"], stdin=stdin, cwd=cwd,
-                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def __init__(self, args, stdin=None, cwd=None, env=None, open_browser=False):
+        self.proc = subprocess.Popen([KALVIRO, "view", *args] + ([] if open_browser else ["--no-browser"]),
+                                     stdin=stdin, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         line = []
         reader = threading.Thread(target=lambda: line.append(self.proc.stdout.readline().decode()))
         reader.start()
@@ -57,6 +57,17 @@ class Viewer:
         conn.close()
         return r.status, body, r
 
+    def stream_all(self, data):
+        """Writes data to a live viewer and ends its stream; /api/info once
+        reading has ended."""
+        self.proc.stdin.write(data)
+        self.proc.stdin.close()
+        for _ in range(120):
+            info = json.loads(self.get("/api/wait?after=%d" % (len(data) // FRAME_BYTES + 1))[1])
+            if info["complete"]:
+                return info
+        raise AssertionError(f"the stream never ended: {info}")
+
     def get(self, path, **kw):
         return self.request(path, **kw)
 
@@ -80,33 +91,14 @@ class Viewer:
         return self.proc.returncode, err
 
 
-PER_PIXEL = r"""
-import ctypes, sys, struct
-lib = ctypes.CDLL(sys.argv[1])
-for f in (lib.KALVIRO_Gray2Temp_Init, lib.KALVIRO_Gray2Temp_Real):
-    f.restype = ctypes.c_float
-    f.argtypes = [ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, ctypes.c_float, ctypes.c_float]
-path, frames, w, h, cal = sys.argv[2], int(sys.argv[3]), int(sys.argv[4]), int(sys.argv[5]), int(sys.argv[6])
-data = open(path, 'rb').read()
-size = w * h * 2 + 512
-out = sys.stdout.buffer
-for n in range(frames):
-    raw = data[n * size:(n + 1) * size]
-    gray = struct.unpack('<%dH' % (w * h), raw[:w * h * 2])
-    block = ctypes.create_string_buffer(raw[w * h * 2:], 512)
-    lib.KALVIRO_Gray2Temp_Init(cal, gray[(h // 2) * w + w // 2], block, 0.95, 0.0)
-    real = lib.KALVIRO_Gray2Temp_Real
-    out.write(struct.pack('<%df' % (w * h), *[real(cal, g, block, 0.95, 0.0) for g in gray]))
-"""
-
-
 def per_pixel_temps(path, frames, width, height):
-    """Every frame through the C entries in a fresh process: the per-frame
-    call on the centre pixel in frame order, then the per-pixel call on
-    each pixel. The float32 bits, as bytes, per frame."""
-    raw = subprocess.run([sys.executable, "-c", PER_PIXEL, LIBRARY, path, str(frames), str(width), str(height),
-                          str(CALTYPE)], check=True, capture_output=True, timeout=300).stdout
+    """Every frame through the C entries (per_pixel.c): the per-frame call
+    on the centre pixel in frame order, then the per-pixel call on each
+    pixel. The float32 bits, as bytes, per frame."""
+    raw = subprocess.run([PER_PIXEL, path, str(width), str(height), str(CALTYPE), "0.95"], check=True,
+                         capture_output=True, timeout=300).stdout
     n = width * height * 4
+    assert len(raw) == frames * n
     return [raw[i * n:(i + 1) * n] for i in range(frames)]
 
 

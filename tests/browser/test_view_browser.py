@@ -1,7 +1,7 @@
 """`kalviro view` driven in headless Chromium, as a user drives it.
 
 Temperatures are checked against the library's per-pixel C entry (see
-conftest.py) and region statistics against `kalviro convert --roi`'s JSON.
+per_pixel.c) and region statistics against `kalviro convert --roi`'s JSON.
 Runs as root and without a display: --headless, --no-sandbox.
 """
 import json
@@ -13,7 +13,7 @@ import time
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import BLOCK, CALTYPE, FRAMES, H, KALVIRO, W, Viewer, floats
 
 CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
 DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
@@ -52,6 +52,21 @@ def make_browser():
 # Generous: a loaded 2-core machine is slow, and waits end as soon as met.
 def wait_for(driver, script, timeout=60):
     return WebDriverWait(driver, timeout, poll_frequency=0.05).until(lambda d: d.execute_script(script))
+
+
+def settled_count(driver, script, quiet=1.5, timeout=60):
+    """The script's count once it has not changed for `quiet` seconds: the page
+    may still be fetching what it shows after it says it is ready."""
+    end = time.monotonic() + timeout
+    count, since = driver.execute_script(script), time.monotonic()
+    while time.monotonic() < end:
+        time.sleep(0.1)
+        now = driver.execute_script(script)
+        if now != count:
+            count, since = now, time.monotonic()
+        elif time.monotonic() - since >= quiet:
+            break
+    return count
 
 
 def open_page(driver, url):
@@ -103,12 +118,14 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
     gray = (work / "rec.raw").read_bytes()[2 * (W * H * 2 + BLOCK):]
     requests = "return performance.getEntriesByType('resource').length"
     browser.execute_script("performance.setResourceTimingBufferSize(100000)")
-    before = browser.execute_script(requests)
+    before = settled_count(browser, requests)
     for x, y in [(0, 0), (W - 1, H - 1), (80, 60), (37, 91), (W // 2 + 3, H // 2 - 7)]:
         text = hover(browser, x, y)
         g = gray[2 * (y * W + x)] | gray[2 * (y * W + x) + 1] << 8
         assert text == f"{temps[y * W + x]:.2f} °C at ({x}, {y}), gray {g}", (x, y)
-    assert browser.execute_script(requests) == before  # hovering asks the server nothing
+    names = "return performance.getEntriesByType('resource').map(e => e.name)"
+    # hovering asks the server nothing
+    assert browser.execute_script(requests) == before, browser.execute_script(names)[before:]
 
     # A rectangle: its statistics as `kalviro convert --roi` gives them.
     drag(browser, (60, 40), (89, 64))
@@ -201,6 +218,9 @@ def test_plays_and_pauses_640x512(work, browser):
         held = shown_frame(browser)
         time.sleep(0.5)
         assert shown_frame(browser) == held
+        up = json.loads(subprocess.run([KALVIRO, "info", str(big), "--caltype", str(CALTYPE), "--frame", str(held),
+                                        "--json"], check=True, capture_output=True, text=True).stdout)
+        wait_for(browser, "return document.getElementById('uptime').textContent === '%d'" % up["block"]["upTime"])
         assert browser.execute_script("return location.hash") == f"#frame={held}"
     finally:
         assert v.stop()[0] == 0
@@ -209,8 +229,14 @@ def test_plays_and_pauses_640x512(work, browser):
 def test_browser_is_refused(viewer, browser):
     body = lambda: browser.find_element(By.TAG_NAME, "body").text  # noqa: E731
     base = f"http://127.0.0.1:{viewer.port}"
+    browser.execute_cdp_cmd("Network.clearBrowserCookies", {})
     browser.get(base + "/")
     assert "forbidden: no valid token" in body()
+    # The page load with the token leaves a cookie that stands for it.
+    browser.get(viewer.url)
+    browser.get(base + "/api/info")
+    assert '"calType":21' in body()
+    browser.execute_cdp_cmd("Network.clearBrowserCookies", {})
     # A name rebound to 127.0.0.1: the token does not help it.
     browser.get(f"http://rebound.test:{viewer.port}/?token={viewer.token}")
     assert "forbidden: foreign Host" in body()

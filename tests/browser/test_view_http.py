@@ -5,10 +5,11 @@ import json
 import os
 import socket
 import subprocess
+import time
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats, per_pixel_temps
 
 
 def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
@@ -34,6 +35,26 @@ def test_endpoints_give_the_per_pixel_bits(viewer, work, truth):
     assert block["upTime"] == info_cmd["block"]["upTime"]
     status, body, _ = viewer.get("/api/recording")
     assert status == 200 and body == data
+
+
+def test_counts_archive_gives_the_same_bits(work, truth):
+    archive = work / "counts.tiff"
+    subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--counts", "-o",
+                    str(archive), "-q", "--force"], check=True, capture_output=True, timeout=60)
+    v = Viewer([str(archive), "--caltype", str(CALTYPE)])
+    try:
+        assert json.loads(v.get("/api/info")[1])["frames"] == FRAMES
+        for n in (0, 4):
+            assert v.get(f"/api/frame/{n}")[1] == truth[n], n
+    finally:
+        assert v.stop()[0] == 0
+
+
+def test_series_without_shapes_gives_each_frames_uptime(viewer):
+    series = json.loads(viewer.get("/api/series")[1])
+    assert series["frames"] == list(range(FRAMES)) and series["shapes"] == []
+    for n in range(FRAMES):
+        assert series["upTime"][n] == json.loads(viewer.get(f"/api/frame/{n}/block")[1])["upTime"]
 
 
 def test_series_equals_convert(viewer, work, truth):
@@ -151,7 +172,26 @@ def test_garbage_on_the_socket(viewer):
                 s.recv(1000)
             except (ConnectionResetError, BrokenPipeError, socket.timeout):
                 pass
+    # A download dropped after its first bytes.
+    with socket.create_connection(("127.0.0.1", viewer.port), timeout=10) as s:
+        s.sendall(f"GET /api/recording?token={viewer.token} HTTP/1.1\r\nHost: 127.0.0.1:{viewer.port}\r\n\r\n"
+                  .encode())
+        assert s.recv(100).startswith(b"HTTP/1.1 200")
     assert viewer.get("/api/info")[0] == 200
+
+
+def test_empty_stream(work):
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
+    try:
+        info = v.stream_all(b"")
+        assert (info["frames"], info["complete"]) == (0, True)
+        assert v.get("/api/frame/0")[0] == 404
+        assert v.get("/api/series?spot=1,1")[0] == 200
+        status, body, _ = v.get("/api/recording")
+        assert (status, body) == (200, b"")
+    finally:
+        code, err = v.stop()
+    assert code == 0 and "0 whole frame(s)" in err, err
 
 
 def test_listens_on_loopback_only(viewer):
@@ -174,17 +214,38 @@ def test_writes_nothing_and_stops_on_ctrl_c(work, tmp_path):
     assert list(tmp_path.iterdir()) == []
 
 
+def test_opens_the_browser_only_with_a_display(work, tmp_path):
+    # A stand-in for xdg-open says what it was asked to open.
+    opener = tmp_path / "bin" / "xdg-open"
+    opener.parent.mkdir()
+    opener.write_text('#!/bin/sh\necho "$1" > "$OPENED"\n')
+    opener.chmod(0o755)
+    opened = tmp_path / "opened.txt"
+    env = dict(os.environ, PATH=f"{opener.parent}:{os.environ['PATH']}", OPENED=str(opened))
+    env.pop("WAYLAND_DISPLAY", None)
+    for display, flag_browser in [(":99", True), (":99", False), (None, True)]:
+        e = dict(env, DISPLAY=display) if display else {k: v for k, v in env.items() if k != "DISPLAY"}
+        v = Viewer([str(work / "rec.raw"), "--caltype", str(CALTYPE)], env=e, open_browser=flag_browser)
+        try:
+            if display and flag_browser:
+                for _ in range(200):
+                    if opened.exists() and opened.read_text():
+                        break
+                    time.sleep(0.05)
+                assert opened.read_text().strip() == v.url
+                opened.unlink()
+            else:
+                time.sleep(0.3)
+                assert not opened.exists(), (display, flag_browser)
+        finally:
+            assert v.stop()[0] == 0
+
+
 def test_live_stream_keeps_whole_frames(work):
     data = (work / "rec.raw").read_bytes()
     v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
     try:
-        v.proc.stdin.write(data[:3 * FRAME_BYTES + 100])
-        v.proc.stdin.close()
-        info = json.loads(v.get("/api/wait?after=2")[1])
-        for _ in range(50):
-            if info["complete"]:
-                break
-            info = json.loads(v.get("/api/wait?after=3")[1])
+        info = v.stream_all(data[:3 * FRAME_BYTES + 100])
         assert (info["frames"], info["complete"], info["live"]) == (3, True, True)
         assert v.get("/api/recording")[1] == data[:3 * FRAME_BYTES]
         assert v.get("/api/frame/2")[0] == 200 and v.get("/api/frame/3")[0] == 404
@@ -192,6 +253,25 @@ def test_live_stream_keeps_whole_frames(work):
         code, err = v.stop()
     assert code == 0, err
     assert "is truncated: frame 3 stops after 100" in err and "3 whole frame(s)" in err
+
+
+def test_live_stream_past_the_memory_bound_keeps_the_newest(work):
+    data = (work / "rec.raw").read_bytes() * 8  # 48 frames, 1.8 MiB
+    (work / "long.raw").write_bytes(data)
+    truth = per_pixel_temps(str(work / "long.raw"), 48, W, H)
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE), "--memory", "1"], stdin=subprocess.PIPE)
+    try:
+        info = v.stream_all(data)
+        assert info["frames"] == 48 and 0 < info["first"] < 47 and info["dropped"] == info["first"]
+        status, body, _ = v.get("/api/frame/0")
+        assert status == 404 and f"frames {info['first']} to 47 are held" in body.decode()
+        # Those held still convert as a run from the first frame does.
+        for n in (info["first"], 47):
+            assert v.get(f"/api/frame/{n}")[1] == truth[n], n
+        assert len(v.get("/api/recording")[1]) == (48 - info["first"]) * FRAME_BYTES
+    finally:
+        code, err = v.stop()
+    assert code == 0, err
 
 
 @pytest.mark.parametrize("args, message", [
