@@ -3,7 +3,9 @@
 // statics of the C entries.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "core/state.hpp"
 #include "kalviro.hpp"
@@ -30,9 +32,13 @@ struct Module {
 
 // Position of a CalType in the one list, or -1: where its module, its
 // statics and its row of kalviro_table are.
+// By index, not through findCalType: a pointer compared with null is no
+// constant expression once UBSan instruments it.
 constexpr int listIndex(int32_t calType) {
-    const CalTypeInfo* c = findCalType(calType);
-    return c == nullptr ? -1 : static_cast<int>(c - kCalTypes);
+    for (size_t i = 0; i < std::size(kCalTypes); ++i) {
+        if (kCalTypes[i].calType == calType) return static_cast<int>(i);
+    }
+    return -1;
 }
 
 // The module of a converting CalType, or null.
