@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <png.h>
+#include <sched.h>
 #include <signal.h>
 
 #include <nlohmann/json.hpp>
@@ -241,6 +242,24 @@ TEST_F(Cli, RefusedThreadsMeanFewerWorkers) {
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(readTiff(path("t.tiff")).size(), 20u);
     EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
+
+// A thread count far beyond the cores starts no more workers than there are
+// cores, and writes what one worker writes.
+TEST_F(Cli, ThreadsBeyondTheCoresAreCapped) {
+    ok("synth --caltype 21 --size 16x16 --frames 6 -o six.raw");
+    ok("convert six.raw --size 16x16 --caltype 21 -j 1 -o one.tiff -o one.json -q");
+    const Result r = run("convert six.raw --size 16x16 --caltype 21 -j 3000 -o many.tiff -o many.json");
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(slurp(path("one.tiff")), slurp(path("many.tiff")));
+    EXPECT_EQ(slurp(path("one.json")), slurp(path("many.json")));
+    const auto at = r.out.find(" thread");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    const int used = std::stoi(r.out.substr(r.out.rfind(' ', at - 1) + 1));
+    cpu_set_t set;
+    ASSERT_EQ(::sched_getaffinity(0, sizeof set, &set), 0);
+    EXPECT_GE(used, 1);
+    EXPECT_LE(used, CPU_COUNT(&set)) << r.out;
 }
 
 // Signals that end a run remove every temporary file, whatever their number.
