@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -128,6 +129,29 @@ TEST_P(FailureFrame, RendersAndReports) {
     if (c.valid) {
         EXPECT_LT(std::abs(frame["min"].get<double>()), 21474836.0);
     }
+    // Every pixel of the invalid rows fails, the spot's among them.
+    const auto spot = frame["spots"][0];
+    EXPECT_EQ(spot["t"].is_null(), !c.valid) << spot;
+    EXPECT_EQ(spot.value("valid", true), c.valid) << spot;
+}
+
+// A spot on a failing pixel: the table leaves its value empty and counts it
+// invalid, and no alarm on it holds, whatever its threshold.
+TEST_F(Cli, InvalidSpotInTableAndAlarms) {
+    ok("synth --caltype 21 --size 16x16 -o camera.raw");
+    std::string raw = slurp(path("camera.raw"));
+    raw.replace(raw.size() - 512, 512, std::string(512, '\0'));
+    std::ofstream(path("zero.raw"), std::ios::binary) << raw;
+    const Result r =
+        run("convert zero.raw --size 16x16 --caltype 12 --spot s=3,3 --table t.csv --alarm 's>-1e30' --alarm "
+            "'s<1e30'");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    std::istringstream table(slurp(path("t.csv")));
+    std::string line, spotRow;
+    while (std::getline(table, line))
+        if (line.find(",s,spot,") != std::string::npos) spotRow = line;
+    EXPECT_EQ(spotRow.substr(spotRow.find(",s,spot,")), ",s,spot,,,,,,,,,,,0,1,") << spotRow;
 }
 
 INSTANTIATE_TEST_SUITE_P(
