@@ -11,6 +11,7 @@
 #include "block_fields.hpp"
 #include "failure.hpp"
 #include "le_bytes.hpp"
+#include "stats.hpp"
 
 namespace kalviro::cli {
 
@@ -123,7 +124,7 @@ void AlarmOutput::frame(const FrameResult& r) {
             if (!statistic(r.whole, a.statistic, value, shown)) continue;
         } else if (run_.shapes[static_cast<size_t>(a.shape)].kind == AreaKind::Spot) {
             const float t = r.temps[run_.shapes[static_cast<size_t>(a.shape)].pixels[0]];
-            if (!std::isfinite(t)) continue;
+            if (!validTemp(t)) continue;
             value = t;
             shown = shortestDouble(t);
         } else if (!statistic(r.shapeStats[static_cast<size_t>(a.shape)], a.statistic, value, shown)) {

@@ -16,6 +16,7 @@
 #include "caltype.hpp"
 #include "commands.hpp"
 #include "convert_run.hpp"
+#include "cores.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
 #include "output_names.hpp"
@@ -277,7 +278,8 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     }
     const bool alarmed = !alarms.empty();
     if (alarmed) outputs.push_back(std::make_unique<AlarmOutput>(run, std::move(alarms)));
-    const unsigned threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
+    // More workers than cores only add threads waiting for one.
+    const unsigned threads = o.threads != 0 ? std::min(o.threads, coresAvailable()) : coresAvailable();
 
     const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
     for (const auto& out : outputs) out->finish();

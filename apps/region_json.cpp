@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "block_fields.hpp"
+#include "stats.hpp"
 
 namespace kalviro::cli {
 
@@ -72,7 +73,14 @@ nlohmann::ordered_json spotsJson(const RunInfo& run, const FrameResult& r) {
         nlohmann::ordered_json j = {{"name", s.name}};
         j.update(coordsJson(s));
         if (s.emissivity) j["emissivity"] = shortestDouble(*s.emissivity);
-        j["t"] = hundredths(r.temps[s.pixels[0]]);
+        // A failure value is no temperature: readers get null, not a number to plot.
+        const float t = r.temps[s.pixels[0]];
+        if (validTemp(t)) {
+            j["t"] = hundredths(t);
+        } else {
+            j["t"] = nullptr;
+            j["valid"] = false;
+        }
         out.push_back(j);
     }
     return out;

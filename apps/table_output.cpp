@@ -12,6 +12,7 @@
 #include "block_fields.hpp"
 #include "failure.hpp"
 #include "le_bytes.hpp"
+#include "stats.hpp"
 
 namespace kalviro::cli {
 
@@ -117,7 +118,7 @@ void TableFile::add(const std::string& input, const FrameResult& r, const Measur
         }
         row += std::to_string(m.stats->count) + "," + std::to_string(m.stats->invalid) + ",";
     } else {
-        const bool valid = m.value && std::isfinite(*m.value);
+        const bool valid = m.value && validTemp(*m.value);
         row += ",,,,,,,,,,";
         row += valid ? "1,0," : "0,1,";
         if (valid) row += nlohmann::ordered_json(hundredths(*m.value)).dump();

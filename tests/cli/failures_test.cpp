@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <png.h>
+#include <sched.h>
 #include <signal.h>
 
 #include <nlohmann/json.hpp>
 
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -127,6 +129,29 @@ TEST_P(FailureFrame, RendersAndReports) {
     if (c.valid) {
         EXPECT_LT(std::abs(frame["min"].get<double>()), 21474836.0);
     }
+    // Every pixel of the invalid rows fails, the spot's among them.
+    const auto spot = frame["spots"][0];
+    EXPECT_EQ(spot["t"].is_null(), !c.valid) << spot;
+    EXPECT_EQ(spot.value("valid", true), c.valid) << spot;
+}
+
+// A spot on a failing pixel: the table leaves its value empty and counts it
+// invalid, and no alarm on it holds, whatever its threshold.
+TEST_F(Cli, InvalidSpotInTableAndAlarms) {
+    ok("synth --caltype 21 --size 16x16 -o camera.raw");
+    std::string raw = slurp(path("camera.raw"));
+    raw.replace(raw.size() - 512, 512, std::string(512, '\0'));
+    std::ofstream(path("zero.raw"), std::ios::binary) << raw;
+    const Result r =
+        run("convert zero.raw --size 16x16 --caltype 12 --spot s=3,3 --table t.csv --alarm 's>-1e30' --alarm "
+            "'s<1e30'");
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    std::istringstream table(slurp(path("t.csv")));
+    std::string line, spotRow;
+    while (std::getline(table, line))
+        if (line.find(",s,spot,") != std::string::npos) spotRow = line;
+    EXPECT_EQ(spotRow.substr(spotRow.find(",s,spot,")), ",s,spot,,,,,,,,,,,0,1,") << spotRow;
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -241,6 +266,24 @@ TEST_F(Cli, RefusedThreadsMeanFewerWorkers) {
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(readTiff(path("t.tiff")).size(), 20u);
     EXPECT_EQ(hidden(dir_), std::vector<std::string>{});
+}
+
+// A thread count far beyond the cores starts no more workers than there are
+// cores, and writes what one worker writes.
+TEST_F(Cli, ThreadsBeyondTheCoresAreCapped) {
+    ok("synth --caltype 21 --size 16x16 --frames 6 -o six.raw");
+    ok("convert six.raw --size 16x16 --caltype 21 -j 1 -o one.tiff -o one.json -q");
+    const Result r = run("convert six.raw --size 16x16 --caltype 21 -j 3000 -o many.tiff -o many.json");
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(slurp(path("one.tiff")), slurp(path("many.tiff")));
+    EXPECT_EQ(slurp(path("one.json")), slurp(path("many.json")));
+    const auto at = r.out.find(" thread");
+    ASSERT_NE(at, std::string::npos) << r.out;
+    const int used = std::stoi(r.out.substr(r.out.rfind(' ', at - 1) + 1));
+    cpu_set_t set;
+    ASSERT_EQ(::sched_getaffinity(0, sizeof set, &set), 0);
+    EXPECT_GE(used, 1);
+    EXPECT_LE(used, CPU_COUNT(&set)) << r.out;
 }
 
 // Signals that end a run remove every temporary file, whatever their number.

@@ -4,6 +4,8 @@
 // table parsed and held against the JSON report.
 #include <gtest/gtest.h>
 #include <png.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <tiffio.h>
 
 extern "C" {
@@ -401,5 +403,43 @@ TEST_F(Recordings, MisuseFailsInOneLineAndWritesNothing) {
         EXPECT_EQ(listing(), before) << m.name;
     }
 }
+
+// A live stream stopped by Ctrl-C keeps a playable video of the frames that
+// arrived whole, alone or beside the report, and nothing temporary.
+class StoppedLive : public Recordings, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(StoppedLive, KeepsAPlayableVideo) {
+    const bool report = GetParam();
+    ok("synth --caltype 21 --size 16x16 --frames 4 -o four.raw");
+    ASSERT_EQ(::mkfifo(path("live").c_str(), 0644), 0);
+    std::vector<std::string> args{"convert", "-", "--size", "16x16", "--caltype", "21", "-q", "-o", "s.mp4"};
+    if (report) args.insert(args.end(), {"-o", "s.json"});
+    const pid_t pid = start(args, "live");
+    const int live = ::open(path("live").c_str(), O_WRONLY);
+    const size_t frame = 16 * 16 * 2 + 512;
+    const std::string frames = slurp(path("four.raw")).substr(0, 3 * frame + frame / 2);
+    ASSERT_EQ(::write(live, frames.data(), frames.size()), static_cast<ssize_t>(frames.size()));
+    ASSERT_TRUE(appears(".s.mp4"));
+    ::kill(pid, SIGINT);
+    const Result r = finish(pid);
+    ::close(live);
+    EXPECT_EQ(r.code, 130) << r.err;
+    EXPECT_NE(r.err.find("converted 3 frames"), std::string::npos) << r.err;
+    const Video v = decode(path("s.mp4"));
+    EXPECT_EQ(v.frames, 3);
+    std::vector<std::string> names;
+    for (const auto& [name, size] : listing()) names.push_back(name);
+    std::vector<std::string> want{"four.raw", "live", "s.mp4"};
+    if (report) {
+        want.insert(want.begin() + 2, "s.json");
+        EXPECT_EQ(nlohmann::json::parse(slurp(path("s.json")))["frames"].size(), 3u);
+    }
+    EXPECT_EQ(names, want);
+}
+
+INSTANTIATE_TEST_SUITE_P(Outputs, StoppedLive, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& i) {
+                             return i.param ? std::string("WithReport") : std::string("Alone");
+                         });
 
 }  // namespace
