@@ -20,8 +20,10 @@ enum class RowTest : uint8_t {
 
 // A row's temperature at v, the one formula of every lookup: on one value
 // (F float) or on lanes (F a vector, the row's parameters floats or vectors).
+// Always inlined: the vector-set files must not emit a copy of their own,
+// which the linker could pick for the baseline one.
 template <typename F, typename P>
-F segmentFormula(F v, P grayBase, P graySlope, P tempBase) {
+__attribute__((always_inline)) inline F segmentFormula(F v, P grayBase, P graySlope, P tempBase) {
     return (v - grayBase) / graySlope + tempBase;
 }
 
