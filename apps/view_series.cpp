@@ -4,6 +4,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 #include "block_fields.hpp"
@@ -71,30 +72,33 @@ std::vector<Spot> shapePixels(const Shape& s) {
     if (s.kind == ShapeKind::Ellipse) {
         const double rx = b.w / 2.0, ry = b.h / 2.0;
         const double cx = b.x + rx, cy = b.y + ry;
+        // Multiplied out as the command tests it, so boundary pixels agree.
+        const double rx2 = rx * rx, ry2 = ry * ry;
         for (int32_t y = b.y; y < b.y + b.h; ++y) {
             for (int32_t x = b.x; x < b.x + b.w; ++x) {
-                const double dx = (x + 0.5 - cx) / rx, dy = (y + 0.5 - cy) / ry;
-                if (dx * dx + dy * dy <= 1.0) out.push_back(Spot{x, y});
+                const double dx = x + 0.5 - cx, dy = y + 0.5 - cy;
+                if (dx * dx * ry2 + dy * dy * rx2 <= rx2 * ry2) out.push_back(Spot{x, y});
             }
         }
     } else if (s.kind == ShapeKind::Line) {
-        // Bresenham from (x, y) to (w, h), both ends included.
+        // Every pixel the segment from (x, y) to (w, h) crosses, as
+        // `kalviro convert --line` walks it.
+        const int64_t dx = std::llabs(int64_t{b.w} - b.x), dy = std::llabs(int64_t{b.h} - b.y);
+        const int32_t sx = b.w > b.x ? 1 : -1, sy = b.h > b.y ? 1 : -1;
+        int64_t nx = 1, ny = 1;
         int32_t x = b.x, y = b.y;
-        const int32_t dx = std::abs(b.w - x), dy = -std::abs(b.h - y);
-        const int32_t sx = x < b.w ? 1 : -1, sy = y < b.h ? 1 : -1;
-        int32_t err = dx + dy;
-        for (;;) {
-            out.push_back(Spot{x, y});
-            if (x == b.w && y == b.h) break;
-            const int32_t e2 = 2 * err;
-            if (e2 >= dy) {
-                err += dy;
+        out.push_back(Spot{x, y});
+        while (x != b.w || y != b.h) {
+            const int64_t tx = dx == 0 ? INT64_MAX : nx * dy, ty = dy == 0 ? INT64_MAX : ny * dx;
+            if (tx <= ty && dx != 0) {
                 x += sx;
+                nx += 2;
             }
-            if (e2 <= dx) {
-                err += dx;
+            if (ty <= tx && dy != 0) {
                 y += sy;
+                ny += 2;
             }
+            out.push_back(Spot{x, y});
         }
     } else {
         out.push_back(Spot{b.x, b.y});

@@ -45,10 +45,15 @@ async function getBytes(path) {
   return r.arrayBuffer();
 }
 
+// The library's failure value and anything larger in magnitude (and NaN) is
+// no temperature: the command's rule, so colours and statistics agree.
+const kFailureMagnitude = 21474836;
+const validTemp = (t) => Math.abs(t) < kFailureMagnitude;
+
 // As the command prints temperatures: two decimals, ties to even on the
 // exact binary value (printf's rounding; toFixed rounds those ties up).
 function fmt2(x) {
-  if (x === null || !Number.isFinite(x)) return 'invalid';
+  if (x === null || !validTemp(x)) return 'invalid';
   const eighths = x * 8;
   if (Number.isInteger(eighths) && eighths % 2 !== 0) {
     const h = x * 100; // exact: a multiple of 12.5
@@ -70,7 +75,7 @@ function rectStats(temps, width, r) {
   let coldest = null, hottest = null;
   const visit = (x, y, k) => {
     const t = temps[y * width + x];
-    if (!Number.isFinite(t)) { invalid++; return; }
+    if (!validTemp(t)) { invalid++; return; }
     if (t < lo) { lo = t; coldest = [x, y]; }
     if (t > hi) { hi = t; hottest = [x, y]; }
     sum[k] += t;
@@ -93,7 +98,7 @@ function listStats(temps, width, pixels) {
   let lo = Infinity, hi = -Infinity, invalid = 0, sum = 0, sq = 0;
   for (const [x, y] of pixels) {
     const t = temps[y * width + x];
-    if (!Number.isFinite(t)) { invalid++; continue; }
+    if (!validTemp(t)) { invalid++; continue; }
     if (t < lo) lo = t;
     if (t > hi) hi = t;
     sum += t;
@@ -106,28 +111,31 @@ function listStats(temps, width, pixels) {
 }
 
 // The pixels of an ellipse (centres inside the ellipse in its box) or of a
-// line (Bresenham, both ends), as the server counts them.
+// line (every pixel it crosses), as the server and the command count them.
 function shapePixels(s) {
   const out = [];
   if (s.kind === 'ellipse') {
+    // Multiplied out as the command tests it, so boundary pixels agree.
     const rx = s.w / 2, ry = s.h / 2, cx = s.x + rx, cy = s.y + ry;
+    const rx2 = rx * rx, ry2 = ry * ry;
     for (let y = s.y; y < s.y + s.h; y++) {
       for (let x = s.x; x < s.x + s.w; x++) {
-        const dx = (x + 0.5 - cx) / rx, dy = (y + 0.5 - cy) / ry;
-        if (dx * dx + dy * dy <= 1) out.push([x, y]);
+        const dx = x + 0.5 - cx, dy = y + 0.5 - cy;
+        if (dx * dx * ry2 + dy * dy * rx2 <= rx2 * ry2) out.push([x, y]);
       }
     }
   } else if (s.kind === 'line') {
-    let x = s.x0, y = s.y0;
-    const dx = Math.abs(s.x1 - x), dy = -Math.abs(s.y1 - y);
-    const sx = x < s.x1 ? 1 : -1, sy = y < s.y1 ? 1 : -1;
-    let err = dx + dy;
-    for (;;) {
+    // Every pixel the segment crosses, as `kalviro convert --line` walks it:
+    // the next edge across, in half pixels scaled by the other axis' length.
+    let x = s.x0, y = s.y0, nx = 1, ny = 1;
+    const dx = Math.abs(s.x1 - x), dy = Math.abs(s.y1 - y);
+    const sx = s.x1 > x ? 1 : -1, sy = s.y1 > y ? 1 : -1;
+    out.push([x, y]);
+    while (x !== s.x1 || y !== s.y1) {
+      const tx = dx === 0 ? Infinity : nx * dy, ty = dy === 0 ? Infinity : ny * dx;
+      if (tx <= ty && dx !== 0) { x += sx; nx += 2; }
+      if (ty <= tx && dy !== 0) { y += sy; ny += 2; }
       out.push([x, y]);
-      if (x === s.x1 && y === s.y1) break;
-      const e2 = 2 * err;
-      if (e2 >= dy) { err += dy; x += sx; }
-      if (e2 <= dx) { err += dx; y += sy; }
     }
   } else if (s.kind === 'roi') {
     for (let y = s.y; y < s.y + s.h; y++) for (let x = s.x; x < s.x + s.w; x++) out.push([x, y]);
@@ -153,6 +161,12 @@ function shapeText(s) {
   return `${s.name}=${s.x},${s.y},${s.w},${s.h}`;
 }
 
+// As `kalviro convert` takes it: an ellipse by its centre and radii.
+function commandText(s) {
+  if (s.kind !== 'ellipse') return shapeText(s);
+  return `${s.name}=${s.x + s.w / 2},${s.y + s.h / 2},${s.w / 2},${s.h / 2}`;
+}
+
 // ---- colours ----
 
 function colourRange(temps) {
@@ -160,7 +174,7 @@ function colourRange(temps) {
   let lo = 0, hi = 1;
   const finite = () => {
     const v = [];
-    for (const t of temps) if (Number.isFinite(t)) v.push(t);
+    for (const t of temps) if (validTemp(t)) v.push(t);
     return v;
   };
   const m = /^auto:([0-9.]+):([0-9.]+)$/.exec(text);
@@ -220,7 +234,7 @@ function render() {
   const temps = state.temps;
   for (let i = 0; i < temps.length; i++) {
     const t = temps[i];
-    if (!Number.isFinite(t)) {
+    if (!validTemp(t)) {
       px[i] = invalid;
     } else if (iso && t >= iso.lo && t <= iso.hi) {
       px[i] = isoColour;
@@ -408,7 +422,7 @@ function histogramOf(values, lo, hi, bins) {
   const scale = bins / (hi - lo || 1);
   for (let i = 0; i < values.length; i++) {
     const t = values[i];
-    if (!Number.isFinite(t)) continue;
+    if (!validTemp(t)) continue;
     h[Math.min(bins - 1, Math.max(0, Math.floor((t - lo) * scale)))]++;
   }
   return Array.from(h);
@@ -419,14 +433,14 @@ function extremes(temps) {
   let lo = Infinity, hi = -Infinity;
   for (let i = 0; i < temps.length; i++) {
     const t = temps[i];
-    if (t < lo) lo = t;  // NaN compares false; infinities are not temperatures
+    if (t < lo) lo = t;  // NaN compares false; failures are no temperatures
     if (t > hi) hi = t;
   }
-  if (lo === -Infinity || hi === Infinity) {
+  if (!validTemp(lo) || !validTemp(hi)) {
     lo = Infinity; hi = -Infinity;
     for (let i = 0; i < temps.length; i++) {
       const t = temps[i];
-      if (Number.isFinite(t)) { if (t < lo) lo = t; if (t > hi) hi = t; }
+      if (validTemp(t)) { if (t < lo) lo = t; if (t > hi) hi = t; }
     }
   }
   return [lo, hi];
@@ -465,7 +479,7 @@ function plotLines(c, lines, xs, marker) {
   const ctx = c.getContext('2d');
   ctx.clearRect(0, 0, c.width, c.height);
   let lo = Infinity, hi = -Infinity;
-  for (const l of lines) for (const v of l.values) if (v !== null && Number.isFinite(v)) { lo = Math.min(lo, v); hi = Math.max(hi, v); }
+  for (const l of lines) for (const v of l.values) if (v !== null && validTemp(v)) { lo = Math.min(lo, v); hi = Math.max(hi, v); }
   if (lo === Infinity || xs.length === 0) return;
   if (hi === lo) { lo -= 0.5; hi += 0.5; }
   const x0 = xs[0], x1 = xs[xs.length - 1] === x0 ? x0 + 1 : xs[xs.length - 1];
@@ -489,7 +503,7 @@ function plotLines(c, lines, xs, marker) {
     ctx.beginPath();
     let pen = false;
     l.values.forEach((v, i) => {
-      if (v === null || !Number.isFinite(v)) { pen = false; return; }
+      if (v === null || !validTemp(v)) { pen = false; return; }
       if (pen) ctx.lineTo(X(xs[i]), Y(v)); else ctx.moveTo(X(xs[i]), Y(v));
       pen = true;
     });
@@ -577,7 +591,7 @@ function updateCommand() {
   const q = (t) => (/^[A-Za-z0-9_./,:=+-]+$/.test(t) ? t : `'${t.replace(/'/g, `'\\''`)}'`);
   const base = `kalviro convert ${q(i.source)} --caltype ${i.calType} --size ${i.width}x${i.height} -e ${i.emissivity}` +
     (i.distance !== null ? ` -d ${i.distance}` : '');
-  const opts = state.shapes.map((s) => ` --${s.kind} ${q(shapeText(s))}`).join('');
+  const opts = state.shapes.map((s) => ` --${s.kind} ${q(commandText(s))}`).join('');
   $('command').value = `${base} --frames ${state.index}${opts} -o frame_${state.index}.json\n` +
     `${base}${opts} --table series.csv`;
 }

@@ -150,8 +150,20 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
     drag(browser, (20, 20), (60, 50))
     wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 4")
     command = browser.find_element(By.ID, "command").get_attribute("value")
-    for part in ("--spot 10,10", "--line line1=5,100,150,20", "--ellipse ellipse1=20,20,41,31", "--table"):
+    for part in ("--spot 10,10", "--line line1=5,100,150,20", "--ellipse ellipse1=40.5,35.5,20.5,15.5",
+                 "--table"):
         assert part in command
+    # The exported command runs, and its regions give the page's statistics.
+    import shlex
+    args = shlex.split(command.splitlines()[0])
+    assert args[:2] == ["kalviro", "convert"]
+    args[args.index("-o") + 1] = str(work / "exported.json")
+    subprocess.run([KALVIRO] + args[1:] + ["-q", "--force"], check=True, capture_output=True, timeout=60)
+    regions = {r["name"]: r for r in json.loads((work / "exported.json").read_text())["frames"][0]["rois"]}
+    for name in ("roi1", "line1", "ellipse1"):
+        row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr[data-shape='%s']" % name)
+        for k in ("min", "max", "mean", "std"):
+            assert float(row.find_element(By.CLASS_NAME, k).text) == pytest.approx(regions[name][k], abs=0.0051), (name, k)
     wait_for(browser, "return state.series && state.series.frames.length === %d && "
                       "state.series.shapes.length === 4" % FRAMES)
 
