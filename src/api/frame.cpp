@@ -117,8 +117,10 @@ void part(void* ctx, int k, int) {
 void frameThrough(const SpanBuilder& builder, const uint16_t* pixels, uint64_t count, float* out,
                   KalviroFrameTable& table, int32_t threads) {
     if (count == 0) return;
-    FrameJob job{builder, pixels, count, out, table.temp, (count + kPixelPiece - 1) / kPixelPiece,
-                 {},      {},     {},    {},  {}};
+    // lo and hi start at the ends of their search: braces would make them 0
+    // and the table would always be built from gray value 0.
+    FrameJob job{builder, pixels, count, out,      table.temp, (count + kPixelPiece - 1) / kPixelPiece,
+                 {},      {},     {},    {0xffff}, {0}};
     runTogether(count < kThreadsPay ? 1 : threads, part, &job);
 }
 
