@@ -23,7 +23,7 @@ constexpr Module makeModule(const CalTypeInfo& c) {
         case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
         case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
         case Family::Ladder:
-        case Family::Ladder4: m.ladder = ladder::memberFor(c.calType); break;
+        case Family::Ladder4: m.ladder = ladder::recipeFor(c.calType); break;
     }
     return m;
 }
@@ -40,7 +40,7 @@ constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_C
 constexpr bool rowMatchesFamily(int32_t nn, Family f) {
     return (f == Family::Direct) == direct::hasRecipe(nn) &&
            (f == Family::Direct4) == direct::hasFourRange(nn) &&
-           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasMember(nn) &&
+           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasRecipe(nn) &&
            (f == Family::Ladder4) == ladder::runsFourRange(nn);
 }
 #define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family) \
