@@ -5,7 +5,11 @@
 # time in all. Prints one summary line each (counts and seconds) and exits
 # non-zero on any difference.
 #
-#   scripts/prove_math.sh [exp|pow]...
+#   scripts/prove_math.sh [exp|pow]... [-- ARGS]
+#
+# ARGS go to each prover, e.g. `-- --from 0x80000000 --to 0xffffffff` for
+# the negative floats only: a run can be split, or resumed from the last
+# range its progress lines report done.
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -16,11 +20,16 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DKALVIRO_WERROR=ON -DKALVIRO_SANITIZE=OFF -DKALVIRO_TESTS=ON >/dev/null
 cmake --build "$build" --target prove_rounded
 
-which=("$@")
+which=()
+while [ "$#" -gt 0 ] && [ "$1" != "--" ]; do
+    which+=("$1")
+    shift
+done
+[ "$#" -eq 0 ] || shift
 [ "${#which[@]}" -gt 0 ] || which=(exp pow)
 pids=()
 for w in "${which[@]}"; do
-    "$build/tests/prove_rounded" "$w" &
+    "$build/tests/prove_rounded" "$w" "$@" &
     pids+=("$!")
 done
 status=0
