@@ -81,9 +81,21 @@ void Canvas::set(int32_t x, int32_t y, Rgb c) {
 }
 
 void Canvas::fill(int32_t x, int32_t y, int32_t w, int32_t h, Rgb c) {
-    for (int32_t j = std::max(0, y); j < std::min(height, y + h); ++j) {
-        for (int32_t i = std::max(0, x); i < std::min(width, x + w); ++i) set(i, j, c);
+    // Clipped once, then written a row at a time: every frame of a video
+    // starts with a whole-canvas fill.
+    const int32_t x0 = std::max(0, x), x1 = std::min(width, x + w);
+    const int32_t y0 = std::max(0, y), y1 = std::min(height, y + h);
+    if (x0 >= x1 || y0 >= y1) return;
+    const size_t stride = static_cast<size_t>(width) * 3;
+    uint8_t* first = &rgb[static_cast<size_t>(y0) * stride + static_cast<size_t>(x0) * 3];
+    for (uint8_t* p = first; p != first + static_cast<size_t>(x1 - x0) * 3; p += 3) {
+        p[0] = c.r;
+        p[1] = c.g;
+        p[2] = c.b;
     }
+    for (int32_t j = y0 + 1; j < y1; ++j)
+        std::copy(first, first + static_cast<size_t>(x1 - x0) * 3,
+                  first + static_cast<size_t>(j - y0) * stride);
 }
 
 void drawText(Canvas& c, int32_t x, int32_t y, const std::string& text, Rgb colour, int32_t scale) {

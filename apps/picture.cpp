@@ -133,7 +133,10 @@ size_t colourIndex(float t, float lo, float hi) {
         std::isfinite(span)
             ? (t - lo) / span * 255.0f
             : static_cast<float>((static_cast<double>(t) - lo) / (static_cast<double>(hi) - lo) * 255.0);
-    return static_cast<size_t>(std::lround(std::clamp(k, 0.0f, 255.0f)));
+    // lround without its library call, a call a pixel: in double, c + 0.5 is
+    // exact and truncation of a value >= 0 is its floor.
+    const float c = std::clamp(k, 0.0f, 255.0f);
+    return c >= 0.0f ? static_cast<size_t>(static_cast<double>(c) + 0.5) : 0;
 }
 
 float percentileOf(const float* temps, size_t count, double p) {

@@ -59,15 +59,7 @@ void analyseShapes(const RunInfo& run, FrameResult& r) {
     r.shapeStats.clear();
     r.histograms.clear();
     for (const Area& s : run.shapes) {
-        // Rectangles by the same sums as always: the summary and the report
-        // give the same digits.
-        const Stats st =
-            s.kind == AreaKind::Rectangle
-                ? regionStats(
-                      t, w,
-                      Region{s.name, static_cast<int32_t>(s.coords[0]), static_cast<int32_t>(s.coords[1]),
-                             static_cast<int32_t>(s.coords[2]), static_cast<int32_t>(s.coords[3])})
-                : pixelStats(t, w, s.pixels);
+        const Stats st = areaStats(t, w, s);
         r.shapeStats.push_back(st);
         r.histograms.push_back(
             s.kind == AreaKind::Spot ? Histogram{} : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));

@@ -1,7 +1,6 @@
 #include "regions.hpp"
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <cstdlib>
 #include <set>
@@ -262,7 +261,7 @@ Stats pixelStats(const float* temps, int32_t width, const std::vector<uint32_t>&
     };
     for (uint32_t i : pixels) {
         const float t = temps[i];
-        if (!(std::fabs(t) <= FLT_MAX)) {
+        if (!validTemp(t)) {
             ++s.invalid;
             continue;
         }
@@ -285,12 +284,20 @@ Stats pixelStats(const float* temps, int32_t width, const std::vector<uint32_t>&
     double squares = 0.0;
     for (uint32_t i : pixels) {
         const float t = temps[i];
-        if (!(std::fabs(t) <= FLT_MAX)) continue;
+        if (!validTemp(t)) continue;
         const double d = static_cast<double>(t) - s.mean;
         squares += d * d;
     }
     s.stddev = std::sqrt(squares / n);
     return s;
+}
+
+Stats areaStats(const float* temps, int32_t width, const Area& a) {
+    if (a.kind != AreaKind::Rectangle) return pixelStats(temps, width, a.pixels);
+    // Rectangles by the same sums as the whole frame: the summary and the
+    // report give the same digits.
+    const auto i = [&](size_t k) { return static_cast<int32_t>(a.coords[k]); };
+    return regionStats(temps, width, Region{a.name, i(0), i(1), i(2), i(3)});
 }
 
 Histogram histogramOf(const float* temps, const std::vector<uint32_t>* pixels, size_t count, float lo,

@@ -52,9 +52,13 @@ std::vector<uint32_t> areaPixels(AreaKind kind, const std::vector<double>& coord
 void requireDistinctNames(const std::vector<Area>& shapes);
 
 // Statistics of the listed pixels: the same numbers as regionStats gives
-// for a rectangle (finite values only; extremes first in list order; mean
+// for a rectangle (valid values only, see validTemp; extremes first in list order; mean
 // and the population standard deviation from the deviations about it).
 Stats pixelStats(const float* temps, int32_t width, const std::vector<uint32_t>& pixels);
+
+// A shape's statistics as every report gives them: a rectangle by
+// regionStats' sums, any other shape by pixelStats over its pixels.
+Stats areaStats(const float* temps, int32_t width, const Area& area);
 
 // A histogram of the finite values: `bins` equal bins from lo to hi (the
 // smallest and largest value), edge k at lo + k (hi - lo) / bins; each bin

@@ -1,4 +1,4 @@
-// Spots, rectangles, ellipses and lines drawn on the viewer's page, and
+// The shapes drawn on the viewer's page, as the command takes them, and
 // their statistics over a run of frames.
 #pragma once
 
@@ -8,34 +8,27 @@
 #include <string>
 #include <vector>
 
-#include "stats.hpp"
+#include "regions.hpp"
 #include "view_store.hpp"
 
 namespace kalviro::cli {
 
-enum class ShapeKind { Spot, Roi, Ellipse, Line };
-
-struct Shape {
-    ShapeKind kind = ShapeKind::Spot;
-    Region box;  // spot: x, y; roi and ellipse: the box; line: x,y to w,h as x1,y1
+// The words a request names shapes by ("spot", "roi", "ellipse", "line",
+// "polygon"), each with its kind.
+struct ShapeWord {
+    const char* word;
+    AreaKind kind;
 };
+extern const ShapeWord kShapeWords[5];
 
-// "[name=]x,y" for a spot, "[name=]x,y,w,h" for a rectangle or the box of an
-// ellipse, "[name=]x0,y0,x1,y1" for a line; Failure unless inside the frame.
-Shape parseShape(ShapeKind kind, const std::string& text, size_t number, const FrameSize& size);
-
-// The pixels an ellipse or line covers, in row order (ellipse) or from its
-// first end to its last (line). A pixel lies in the ellipse when its centre
-// does.
-std::vector<Spot> shapePixels(const Shape& s);
-
-// The statistics of a list of pixels, invalid values left out as in
-// regionStats.
-Stats pixelStats(const float* temps, int32_t width, const std::vector<Spot>& pixels);
+// A shape in the command's own syntax (see parseArea) on a frame of that
+// size; Failure on anything else, and on an emissivity of its own, which
+// the viewer does not convert with.
+Area parseViewShape(const ShapeWord& w, const std::string& text, size_t number, const FrameSize& size);
 
 // Frames [first, end) of the recording, each shape's statistics (a spot's
 // temperature) per frame, with each frame's number and upTime.
-nlohmann::ordered_json seriesJson(const Recording& rec, const std::vector<Shape>& shapes, uint64_t first,
+nlohmann::ordered_json seriesJson(const Recording& rec, const std::vector<Area>& shapes, uint64_t first,
                                   uint64_t end);
 
 }  // namespace kalviro::cli

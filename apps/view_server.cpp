@@ -284,6 +284,19 @@ private:
         return j;
     }
 
+    // The shapes a request names, each key as often as wanted, in the
+    // command's syntax.
+    std::vector<Area> requestShapes(const httplib::Request& req) const {
+        std::vector<Area> shapes;
+        for (const ShapeWord& w : kShapeWords) {
+            const size_t n = req.get_param_value_count(w.word);
+            for (size_t i = 0; i < n; ++i)
+                shapes.push_back(parseViewShape(w, req.get_param_value(w.word, i), i + 1, rec_->size()));
+        }
+        requireDistinctNames(shapes);
+        return shapes;
+    }
+
     void routes() {
         server_.Get("/", [this](const httplib::Request& req, httplib::Response& res) {
             if (req.has_param("token")) {
@@ -340,17 +353,9 @@ private:
             res.set_content(blockJsonOf(*f).dump(), "application/json");
         });
         server_.Get("/api/series", [this](const httplib::Request& req, httplib::Response& res) {
-            std::vector<Shape> shapes;
-            const std::pair<const char*, ShapeKind> kinds[] = {{"spot", ShapeKind::Spot},
-                                                               {"roi", ShapeKind::Roi},
-                                                               {"ellipse", ShapeKind::Ellipse},
-                                                               {"line", ShapeKind::Line}};
+            std::vector<Area> shapes;
             try {
-                for (const auto& [key, kind] : kinds) {
-                    const size_t n = req.get_param_value_count(key);
-                    for (size_t i = 0; i < n; ++i)
-                        shapes.push_back(parseShape(kind, req.get_param_value(key, i), i + 1, rec_->size()));
-                }
+                shapes = requestShapes(req);
             } catch (const Failure& e) {
                 return fail(res, 400, e.what());
             }
@@ -365,6 +370,21 @@ private:
             if (end < first) end = first;
             end = std::min(end, first + kSeriesFrames);
             res.set_content(seriesJson(*rec_, shapes, first, end).dump(), "application/json");
+        });
+        // The pixels of one shape, as frame indices (uint32 little-endian):
+        // the page counts them as the command does without doing it again.
+        server_.Get("/api/pixels", [this](const httplib::Request& req, httplib::Response& res) {
+            std::vector<Area> shapes;
+            try {
+                shapes = requestShapes(req);
+            } catch (const Failure& e) {
+                return fail(res, 400, e.what());
+            }
+            if (shapes.size() != 1) return fail(res, 400, "give one shape");
+            std::string body(shapes[0].pixels.size() * 4, '\0');
+            auto* out = reinterpret_cast<uint8_t*>(body.data());
+            for (size_t i = 0; i < shapes[0].pixels.size(); ++i) storeU32(out + 4 * i, shapes[0].pixels[i]);
+            res.set_content(std::move(body), "application/octet-stream");
         });
         // The frames held, as the raw file they came in: a live stream can
         // be kept from the browser.

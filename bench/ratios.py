@@ -8,6 +8,8 @@ CalType and scene:
     b/d  kalviro_convert_frame over a memcpy of the output floats
     c/d  the same on two threads over the memcpy
     a/d  the per-pixel function on every pixel over the memcpy
+    a ns the same in ns a pixel; a cpu, in processor ns a pixel (on a busy
+         machine the thread's own time)
     b/c  what the second thread gains
 and per CalType the whole-frame conversion per gray value of the full scale
 (ns) and the per-frame call (us); then which CalTypes miss each goal.
@@ -40,6 +42,7 @@ GOALS = [
     Goal("b within 12x d on the full range", "full b/d", lambda v: v <= 12.0, False),
     Goal("c at least 1.7x faster than b on the full range", "full b/c", lambda v: v >= 1.7, False),
     Goal("f under 6 ns per value where AVX2 is present", "f", lambda v: v < 6.0, True),
+    Goal("a at most 15 ns a pixel on the room, 640x512", "room a ns", lambda v: v <= 15.0, False),
 ]
 
 
@@ -96,7 +99,7 @@ def gather(runs):
     for key, (ns, b) in runs.items():
         if key[0] == "memcpy":
             copy_ns[int(b["pixels"])] = ns
-    caltypes = sorted({int(k[1]) for k in runs if k[0] in ("convert", "init", "kernel")})
+    caltypes = sorted({int(k[1]) for k in runs if k[0] in ("convert", "init", "kernel", "per_pixel")})
     rows = {}
     for ct in caltypes:
         row = {}
@@ -111,6 +114,9 @@ def gather(runs):
                 row[scene + " c/d"] = c[0] / d
             if a and d:
                 row[scene + " a/d"] = a[0] / d
+            if a:
+                row[scene + " a ns"] = a[0] / a[1]["pixels"]
+                row[scene + " a cpu"] = a[1]["cpu_time"] * NS_PER_UNIT[a[1]["time_unit"]] / a[1]["pixels"]
             if b and c:
                 row[scene + " b/c"] = b[0] / c[0]
         kernel = runs.get(("kernel", str(ct)))
@@ -148,7 +154,7 @@ def print_header(ctx, runs, copy_ns):
     print(f"\nd, memcpy of the output: {sizes}.")
     scenes = []
     for scene in SCENES:
-        frames = [b for k, (_, b) in runs.items() if k[0] == "convert" and k[2] == scene]
+        frames = [b for k, (_, b) in runs.items() if k[0] in ("convert", "per_pixel") and k[2] == scene]
         if not frames:
             continue
         size = frames[0]["label"].split(",")[0]  # "640x512, 2769 gray values"
@@ -157,15 +163,16 @@ def print_header(ctx, runs, copy_ns):
         scenes.append(f"{scene} {size} ({spread} gray values)")
     print("Scenes: " + "; ".join(scenes) + ".")
     print(
-        "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel; "
+        "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel "
+        "(a ns: ns a pixel; a cpu: processor ns a pixel); "
         "f: kalviro_convert_frame on the 65536 gray values once, ns per value; e: the per-frame call, us. "
         "Bold: misses its goal.\n"
     )
 
 
 def print_table(rows, ctx):
-    scenes = [s for s in SCENES if any(s + " b/d" in r for r in rows.values())]
-    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "b/c")] + ["f", "e"]
+    scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
+    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "a ns", "a cpu", "b/c")] + ["f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")

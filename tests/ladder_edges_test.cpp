@@ -10,8 +10,8 @@
 
 #include "block_builder.hpp"
 #include "ladder/emiss_ladder.hpp"
-#include "ladder/members.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
+#include "ladder/recipes.hpp"
 
 namespace kalviro::ladder {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "block_builder.hpp"
 #include "core/frame.hpp"
-#include "ladder/members.hpp"
+#include "ladder/recipes.hpp"
 #include "ladder/stage.hpp"
 
 namespace kalviro::test {

@@ -7,7 +7,7 @@
 
 #include "core/four_range.hpp"
 #include "kalviro.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 #include "ladder_frame.hpp"
 
 namespace kalviro {

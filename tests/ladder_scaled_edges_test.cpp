@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "ladder/members.hpp"
+#include "ladder/recipes.hpp"
 #include "ladder/weights.hpp"
 #include "ladder_frame.hpp"
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "kalviro.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 #include "ladder_frame.hpp"
 
 namespace kalviro {

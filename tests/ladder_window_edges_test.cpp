@@ -4,7 +4,7 @@
 // another value at the same point.
 #include <gtest/gtest.h>
 
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 
 namespace kalviro::ladder {
 namespace {

@@ -5,8 +5,8 @@
 
 #include "block_builder.hpp"
 #include "kalviro.hpp"
-#include "ladder/members.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
+#include "ladder/recipes.hpp"
 #include "ladder/stage.hpp"
 
 namespace kalviro::ladder {

@@ -15,7 +15,7 @@
 #include "core/block.hpp"
 #include "kalviro.hpp"
 #include "ladder/emiss_ladder.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 #include "vector_frames.hpp"
 
 namespace kalviro {

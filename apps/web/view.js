@@ -13,7 +13,11 @@ const state = {
   index: -1, // frame shown
   temps: null, // Float32Array
   gray: null, // Uint16Array
-  shapes: [], // {kind, name, x, y, w, h} or lines {kind, name, x0, y0, x1, y1}
+  // {kind, name, x, y, w, h}, lines {kind, name, x0, y0, x1, y1}, polygons
+  // {kind, name, points: [[x, y], ...]} (pixel centres); each but a spot
+  // with its pixels (frame indices) from the server once they arrive.
+  shapes: [],
+  polygon: null, // the corners of the polygon being drawn
   selected: -1,
   playing: false,
   followLive: true,
@@ -21,7 +25,7 @@ const state = {
   series: null, // what /api/series gave for the current shapes
   seriesKey: null,
   loading: null,
-  counters: {spot: 0, roi: 0, ellipse: 0, line: 0},
+  counters: {spot: 0, roi: 0, ellipse: 0, line: 0, polygon: 0},
 };
 
 // What the browser test reads back.
@@ -67,84 +71,59 @@ function fmt2(x) {
 
 // ---- statistics, in the order and precision of the command's ----
 
+// The mean, then the population standard deviation from the deviations
+// about it, as the command computes them: the same doubles in the same order.
+function finish(count, invalid, sum, deviations, extra) {
+  if (count === 0) return {count, invalid};
+  const mean = sum / count;
+  return {count, invalid, mean, std: Math.sqrt(deviations(mean) / count), ...extra};
+}
+
 // A rectangle: four running sums chosen by the pixel's place in its row
 // modulo 4, as `kalviro convert --roi` adds them.
 function rectStats(temps, width, r) {
   let lo = Infinity, hi = -Infinity, invalid = 0;
-  const sum = [0, 0, 0, 0], sq = [0, 0, 0, 0];
+  const each = (visit) => {
+    for (let y = r.y; y < r.y + r.h; y++) {
+      for (let x = r.x; x < r.x + r.w; x++) visit(x, y, temps[y * width + x], (x - r.x) & 3);
+    }
+  };
+  const sum = [0, 0, 0, 0];
   let coldest = null, hottest = null;
-  const visit = (x, y, k) => {
-    const t = temps[y * width + x];
+  each((x, y, t, k) => {
     if (!validTemp(t)) { invalid++; return; }
     if (t < lo) { lo = t; coldest = [x, y]; }
     if (t > hi) { hi = t; hottest = [x, y]; }
     sum[k] += t;
-    sq[k] += t * t;
+  });
+  const deviations = (mean) => {
+    const sq = [0, 0, 0, 0];
+    each((x, y, t, k) => { if (validTemp(t)) sq[k] += (t - mean) * (t - mean); });
+    return (sq[0] + sq[1]) + (sq[2] + sq[3]);
   };
-  const end = r.x + r.w;
-  for (let y = r.y; y < r.y + r.h; y++) {
-    let x = r.x;
-    for (; x + 3 < end; x += 4) { visit(x, y, 0); visit(x + 1, y, 1); visit(x + 2, y, 2); visit(x + 3, y, 3); }
-    for (let k = 0; x < end; x++, k++) visit(x, y, k);
-  }
-  const count = r.w * r.h - invalid;
-  if (count === 0) return {count, invalid};
-  const mean = ((sum[0] + sum[1]) + (sum[2] + sum[3])) / count;
-  const squares = (sq[0] + sq[1]) + (sq[2] + sq[3]);
-  return {count, invalid, min: lo, max: hi, mean, std: Math.sqrt(Math.max(0, squares / count - mean * mean)), coldest, hottest};
+  return finish(r.w * r.h - invalid, invalid, (sum[0] + sum[1]) + (sum[2] + sum[3]), deviations,
+    {min: lo, max: hi, coldest, hottest});
 }
 
-function listStats(temps, width, pixels) {
-  let lo = Infinity, hi = -Infinity, invalid = 0, sum = 0, sq = 0;
-  for (const [x, y] of pixels) {
-    const t = temps[y * width + x];
+// Any other shape, over its pixels in the server's order.
+function listStats(temps, pixels) {
+  let lo = Infinity, hi = -Infinity, invalid = 0, sum = 0;
+  for (const i of pixels) {
+    const t = temps[i];
     if (!validTemp(t)) { invalid++; continue; }
     if (t < lo) lo = t;
     if (t > hi) hi = t;
     sum += t;
-    sq += t * t;
   }
-  const count = pixels.length - invalid;
-  if (count === 0) return {count, invalid};
-  const mean = sum / count;
-  return {count, invalid, min: lo, max: hi, mean, std: Math.sqrt(Math.max(0, sq / count - mean * mean))};
+  const deviations = (mean) => {
+    let sq = 0;
+    for (const i of pixels) { const t = temps[i]; if (validTemp(t)) sq += (t - mean) * (t - mean); }
+    return sq;
+  };
+  return finish(pixels.length - invalid, invalid, sum, deviations, {min: lo, max: hi});
 }
 
-// The pixels of an ellipse (centres inside the ellipse in its box) or of a
-// line (every pixel it crosses), as the server and the command count them.
-function shapePixels(s) {
-  const out = [];
-  if (s.kind === 'ellipse') {
-    // Multiplied out as the command tests it, so boundary pixels agree.
-    const rx = s.w / 2, ry = s.h / 2, cx = s.x + rx, cy = s.y + ry;
-    const rx2 = rx * rx, ry2 = ry * ry;
-    for (let y = s.y; y < s.y + s.h; y++) {
-      for (let x = s.x; x < s.x + s.w; x++) {
-        const dx = x + 0.5 - cx, dy = y + 0.5 - cy;
-        if (dx * dx * ry2 + dy * dy * rx2 <= rx2 * ry2) out.push([x, y]);
-      }
-    }
-  } else if (s.kind === 'line') {
-    // Every pixel the segment crosses, as `kalviro convert --line` walks it:
-    // the next edge across, in half pixels scaled by the other axis' length.
-    let x = s.x0, y = s.y0, nx = 1, ny = 1;
-    const dx = Math.abs(s.x1 - x), dy = Math.abs(s.y1 - y);
-    const sx = s.x1 > x ? 1 : -1, sy = s.y1 > y ? 1 : -1;
-    out.push([x, y]);
-    while (x !== s.x1 || y !== s.y1) {
-      const tx = dx === 0 ? Infinity : nx * dy, ty = dy === 0 ? Infinity : ny * dx;
-      if (tx <= ty && dx !== 0) { x += sx; nx += 2; }
-      if (ty <= tx && dy !== 0) { y += sy; ny += 2; }
-      out.push([x, y]);
-    }
-  } else if (s.kind === 'roi') {
-    for (let y = s.y; y < s.y + s.h; y++) for (let x = s.x; x < s.x + s.w; x++) out.push([x, y]);
-  } else {
-    out.push([s.x, s.y]);
-  }
-  return out;
-}
-
+// Null while its pixels are on their way.
 function shapeStats(s) {
   const w = state.info.width;
   if (s.kind === 'spot') {
@@ -152,7 +131,7 @@ function shapeStats(s) {
     return {count: 1, min: t, max: t, mean: t, std: 0};
   }
   if (s.kind === 'roi') return rectStats(state.temps, w, s);
-  return listStats(state.temps, w, shapePixels(s));
+  return s.pixels ? listStats(state.temps, s.pixels) : null;
 }
 
 function shapeText(s) {
@@ -161,10 +140,12 @@ function shapeText(s) {
   return `${s.name}=${s.x},${s.y},${s.w},${s.h}`;
 }
 
-// As `kalviro convert` takes it: an ellipse by its centre and radii.
+// As `kalviro convert` takes it: an ellipse by its centre and radii, a
+// polygon by its corners in the image plane (a pixel's centre at +0.5).
 function commandText(s) {
-  if (s.kind !== 'ellipse') return shapeText(s);
-  return `${s.name}=${s.x + s.w / 2},${s.y + s.h / 2},${s.w / 2},${s.h / 2}`;
+  if (s.kind === 'ellipse') return `${s.name}=${s.x + s.w / 2},${s.y + s.h / 2},${s.w / 2},${s.h / 2}`;
+  if (s.kind === 'polygon') return `${s.name}=` + s.points.map(([x, y]) => `${x + 0.5},${y + 0.5}`).join(',');
+  return shapeText(s);
 }
 
 // ---- colours ----
@@ -289,12 +270,15 @@ function drawShape(ctx, s, k, colour, selected) {
     ctx.rect(s.x * k, s.y * k, s.w * k, s.h * k);
   } else if (s.kind === 'ellipse') {
     ctx.ellipse((s.x + s.w / 2) * k, (s.y + s.h / 2) * k, (s.w / 2) * k, (s.h / 2) * k, 0, 0, 2 * Math.PI);
+  } else if (s.kind === 'polygon') {
+    s.points.forEach(([x, y], i) => (i ? ctx.lineTo : ctx.moveTo).call(ctx, (x + 0.5) * k, (y + 0.5) * k));
+    if (s.closed) ctx.closePath();
   } else {
     ctx.moveTo((s.x0 + 0.5) * k, (s.y0 + 0.5) * k); ctx.lineTo((s.x1 + 0.5) * k, (s.y1 + 0.5) * k);
   }
   ctx.stroke();
   if (s.name) {
-    const lx = s.kind === 'line' ? s.x0 : s.x, ly = s.kind === 'line' ? s.y0 : s.y;
+    const [lx, ly] = s.kind === 'line' ? [s.x0, s.y0] : s.kind === 'polygon' ? s.points[0] : [s.x, s.y];
     ctx.font = '12px sans-serif';
     ctx.fillText(s.name, lx * k + 3, ly * k - 3 < 10 ? ly * k + 14 : ly * k - 3);
   }
@@ -308,6 +292,10 @@ function drawOverlay() {
   const k = over.width / state.info.width;
   state.shapes.forEach((s, i) => drawShape(ctx, s, k, colourOf(i), i === state.selected));
   if (state.drag && state.drag.shape) drawShape(ctx, state.drag.shape, k, '#ffffff', true);
+  if (state.polygon) {
+    const p = state.polygon;
+    drawShape(ctx, {kind: 'polygon', points: p.hover ? [...p.points, p.hover] : p.points}, k, '#ffffff', true);
+  }
 }
 
 // ---- the readout and drawing ----
@@ -325,7 +313,8 @@ function showReadout(p) {
   if (!p || !state.temps) return;
   const [x, y] = p;
   const i = y * state.info.width + x;
-  $('readout').textContent = `${fmt2(state.temps[i])} °C at (${x}, ${y}), gray ${state.gray[i]}`;
+  const t = state.temps[i];
+  $('readout').textContent = `${validTemp(t) ? fmt2(t) + ' °C' : 'invalid'} at (${x}, ${y}), gray ${state.gray[i]}`;
   $('readout').dataset.x = x;
   $('readout').dataset.y = y;
 }
@@ -337,12 +326,43 @@ function shapeFromDrag(a, b, tool) {
 }
 
 function addShape(s) {
-  const prefix = {spot: 'spot', roi: 'roi', ellipse: 'ellipse', line: 'line'}[s.kind];
   state.counters[s.kind] += 1;
-  s.name = prefix + state.counters[s.kind];
+  s.name = s.kind + state.counters[s.kind];
   state.shapes.push(s);
   state.selected = state.shapes.length - 1;
+  if (s.kind !== 'spot') fetchPixels(s);
   shapesChanged();
+}
+
+// A shape's pixels as the command counts them, from the server: the page
+// does not count them a second way.
+async function fetchPixels(s) {
+  try {
+    s.pixels = new Uint32Array(await getBytes(`/api/pixels?${s.kind}=${encodeURIComponent(commandText(s))}`));
+  } catch (e) {
+    console.error(e);
+    s.pixels = new Uint32Array(0);
+  }
+  if (!state.shapes.includes(s)) return;
+  updateStats();
+  drawHistogram();
+  drawProfile();
+}
+
+// The polygon being drawn: a click adds a corner, a double click or Enter
+// closes it (three corners at least), Escape drops it.
+function polygonCorner(p) {
+  const d = state.polygon || (state.polygon = {points: [], hover: null});
+  const last = d.points[d.points.length - 1];
+  if (!last || last[0] !== p[0] || last[1] !== p[1]) d.points.push(p);
+  drawOverlay();
+}
+
+function endPolygon(close) {
+  const d = state.polygon;
+  state.polygon = null;
+  if (close && d && d.points.length >= 3) addShape({kind: 'polygon', points: d.points, closed: true});
+  else drawOverlay();
 }
 
 function shapesChanged() {
@@ -359,6 +379,10 @@ function setupPointer() {
   over.addEventListener('mousemove', (ev) => {
     const p = pixelAt(ev);
     showReadout(p);
+    if (state.polygon && p) {
+      state.polygon.hover = p;
+      drawOverlay();
+    }
     if (state.drag && p) {
       const a = state.drag.start;
       if (p[0] !== a[0] || p[1] !== a[1]) state.drag.shape = shapeFromDrag(a, p, $('tool').value);
@@ -367,9 +391,15 @@ function setupPointer() {
   });
   over.addEventListener('mousedown', (ev) => {
     const p = pixelAt(ev);
-    if (p) state.drag = {start: p, shape: null};
+    if (p && $('tool').value === 'polygon') polygonCorner(p);
+    else if (p) state.drag = {start: p, shape: null};
     ev.preventDefault();
   });
+  over.addEventListener('dblclick', (ev) => {
+    if (state.polygon) endPolygon(true);
+    ev.preventDefault();
+  });
+  $('tool').addEventListener('change', () => endPolygon(false));
   window.addEventListener('mouseup', () => {
     const d = state.drag;
     state.drag = null;
@@ -386,12 +416,14 @@ function updateStats() {
   body.textContent = '';
   if (!state.temps) return;
   state.shapes.forEach((s, i) => {
-    const st = shapeStats(s);
+    const st = shapeStats(s) || {pending: true};
     const tr = document.createElement('tr');
     tr.dataset.shape = s.name;
+    if (!st.pending) tr.dataset.ready = '1';
     if (i === state.selected) tr.className = 'selected';
     const cells = s.kind === 'spot'
       ? [s.name + ' ' + shapeText(s), fmt2(st.min), '', '', '']
+      : st.pending ? [s.name, '…', '…', '…', '…']
       : [s.name, fmt2(st.min), fmt2(st.max), fmt2(st.mean), fmt2(st.std)];
     cells.forEach((c, k) => {
       const td = document.createElement('td');
@@ -464,9 +496,8 @@ function drawHistogram() {
   };
   bar(whole, '#777', c.height - 14);
   const s = state.shapes[state.selected];
-  if (s && s.kind !== 'spot') {
-    const w = state.info.width;
-    bar(histogramOf(shapePixels(s).map(([x, y]) => state.temps[y * w + x]), lo, hi, bins), 'rgba(255,150,30,0.85)', c.height - 14);
+  if (s && s.pixels) {
+    bar(histogramOf(Array.from(s.pixels, (i) => state.temps[i]), lo, hi, bins), 'rgba(255,150,30,0.85)', c.height - 14);
   }
   ctx.fillStyle = '#ccc';
   ctx.font = '11px sans-serif';
@@ -515,16 +546,15 @@ function plotLines(c, lines, xs, marker) {
 function drawProfile() {
   const s = state.shapes[state.selected];
   const line = s && s.kind === 'line' ? s : state.shapes.find((q) => q.kind === 'line');
-  if (!line || !state.temps) { plotLines($('profile'), [], []); return; }
-  const w = state.info.width;
-  const values = shapePixels(line).map(([x, y]) => state.temps[y * w + x]);
+  if (!line || !line.pixels || !state.temps) { plotLines($('profile'), [], []); return; }
+  const values = Array.from(line.pixels, (i) => state.temps[i]);
   plotLines($('profile'), [{colour: colourOf(state.shapes.indexOf(line)), values}], values.map((_, i) => i));
 }
 
 function drawTimePlot() {
   const sr = state.series;
   if (!sr || state.shapes.length === 0) { plotLines($('timeplot'), [], []); return; }
-  // The server lists spots, then rectangles, ellipses and lines: match by name.
+  // The server lists spots, then rectangles, ellipses, lines and polygons: match by name.
   const lines = sr.shapes.map((q) => ({colour: colourOf(state.shapes.findIndex((s) => s.name === q.name)),
     values: q.shape === 'spot' ? q.t : q.mean}));
   plotLines($('timeplot'), lines, sr.frames, state.index);
@@ -541,7 +571,9 @@ function showUpTime() {
 }
 
 function seriesQuery() {
-  return state.shapes.map((s) => `${s.kind}=${encodeURIComponent(shapeText(s))}`).join('&');
+  // Named as on the page (the command's text leaves spots unnamed).
+  const text = (s) => (s.kind === 'spot' ? `${s.name}=${s.x},${s.y}` : commandText(s));
+  return state.shapes.map((s) => `${s.kind}=${encodeURIComponent(text(s))}`).join('&');
 }
 
 let seriesBusy = false, seriesAgain = false;
@@ -831,10 +863,15 @@ async function start() {
   $('scrubber').addEventListener('input', () => showFrame(Number($('scrubber').value)));
   $('play').onclick = () => { if (state.playing) state.playing = false; else play(); };
   for (const id of ['palette', 'range', 'isotherm', 'isocolour']) $(id).addEventListener('change', () => state.temps && render());
-  $('clear').onclick = () => { state.shapes = []; state.selected = -1; shapesChanged(); };
+  $('clear').onclick = () => { state.shapes = []; state.selected = -1; endPolygon(false); shapesChanged(); };
   $('export-png').onclick = exportPng;
   document.addEventListener('keydown', (ev) => {
     if (ev.target.tagName === 'INPUT' || ev.target.tagName === 'TEXTAREA') return;
+    if (state.polygon && (ev.key === 'Enter' || ev.key === 'Escape')) {
+      endPolygon(ev.key === 'Enter');
+      ev.preventDefault();
+      return;
+    }
     if (ev.key === 'ArrowRight') showFrame(state.index + 1);
     if (ev.key === 'ArrowLeft') showFrame(state.index - 1);
     if (ev.key === ' ') { ev.preventDefault(); $('play').click(); }

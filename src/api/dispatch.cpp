@@ -11,8 +11,8 @@
 #include "core/get_it.hpp"
 #include "direct/pixel.hpp"
 #include "direct/recipes.hpp"
-#include "ladder/ladder.hpp"
-#include "ladder/members.hpp"
+#include "ladder/family.hpp"
+#include "ladder/recipes.hpp"
 
 namespace kalviro {
 namespace {

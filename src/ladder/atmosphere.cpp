@@ -9,7 +9,7 @@
 #include "core/lanes.hpp"
 #include "core/rounded_math.hpp"
 #include "kalviro.h"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 #include "ladder/pixel_kernel.hpp"
 
 namespace kalviro::ladder {

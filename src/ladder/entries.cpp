@@ -1,5 +1,5 @@
 #include "core/four_range.hpp"
-#include "ladder/ladder.hpp"
+#include "ladder/family.hpp"
 #include "ladder/stage.hpp"
 
 namespace kalviro::ladder {

@@ -9,7 +9,7 @@
 #include "core/numeric.hpp"
 #include "core/rounded_math.hpp"
 #include "kalviro.h"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 
 namespace kalviro::ladder {
 

@@ -9,7 +9,7 @@
 #include "core/final_scaling.hpp"
 #include "core/segment_table.hpp"
 #include "ladder/emiss_ladder.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 #include "ladder/trim_table.hpp"
 #include "ladder/window_tables.hpp"
 

@@ -12,7 +12,7 @@
 #include "core/frame.hpp"
 #include "core/grids.hpp"
 #include "core/state.hpp"
-#include "ladder/member.hpp"
+#include "ladder/recipe.hpp"
 
 namespace kalviro::ladder {
 

@@ -1,7 +1,7 @@
 #include "ladder/window_tables.hpp"
 
 #include "core/lanes.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 
 namespace kalviro::ladder {
 

@@ -13,7 +13,7 @@ import time
 
 import pytest
 
-from conftest import BLOCK, CALTYPE, FRAMES, H, KALVIRO, W, Viewer, floats
+from conftest import BLOCK, CALTYPE, FRAME_BYTES, FRAMES, H, KALVIRO, W, Viewer, floats
 
 CHROMIUM = os.environ.get("KALVIRO_CHROMIUM", "/usr/bin/chromium")
 DRIVER = os.environ.get("KALVIRO_CHROMEDRIVER", "/usr/bin/chromedriver")
@@ -22,6 +22,7 @@ OUT = os.environ.get("KALVIRO_BROWSER_OUT", tempfile.gettempdir())
 webdriver = pytest.importorskip("selenium.webdriver", reason="python3-selenium is not installed")
 from selenium.webdriver.common.action_chains import ActionChains  # noqa: E402
 from selenium.webdriver.common.by import By  # noqa: E402
+from selenium.webdriver.common.keys import Keys  # noqa: E402
 from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
 
 if not (os.access(CHROMIUM, os.X_OK) and os.access(DRIVER, os.X_OK)):
@@ -40,6 +41,8 @@ def make_browser():
         opts.add_argument(flag)
     profile = tempfile.mkdtemp(prefix="kalviro-chromium-")
     opts.add_argument("--user-data-dir=" + profile)
+    # The console, for the page's errors.
+    opts.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     service = webdriver.ChromeService(executable_path=DRIVER) if hasattr(webdriver, "ChromeService") \
         else webdriver.chrome.service.Service(executable_path=DRIVER)
     driver = webdriver.Chrome(service=service, options=opts)
@@ -97,6 +100,28 @@ def drag(driver, a, b):
      .move_to_element_with_offset(canvas, bx, by).release().perform())
 
 
+def click(driver, x, y, double=False):
+    chain = ActionChains(driver).move_to_element_with_offset(driver.find_element(By.ID, "frame"),
+                                                             *pixel_offset(driver, x, y))
+    (chain.double_click() if double else chain.click()).perform()
+
+
+def polygon(driver, corners, end):
+    """Clicks the corners with the polygon tool; `end` "dblclick" closes it
+    with a double click on the last one, "Enter" or "Escape" by the key."""
+    driver.execute_script("document.getElementById('tool').value = 'polygon'")
+    for x, y in corners[:-1]:
+        click(driver, x, y)
+    click(driver, *corners[-1], double=end == "dblclick")
+    if end != "dblclick":
+        ActionChains(driver).send_keys(getattr(Keys, end.upper())).perform()
+
+
+def stats_ready(driver, rows):
+    wait_for(driver, "const r = document.querySelectorAll('#stats tbody tr'); "
+                     "return r.length === %d && [...r].every((t) => t.dataset.ready === '1')" % rows)
+
+
 def shown_frame(driver):
     return int(driver.find_element(By.ID, "frame-number").text)
 
@@ -129,7 +154,7 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
 
     # A rectangle: its statistics as `kalviro convert --roi` gives them.
     drag(browser, (60, 40), (89, 64))
-    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 1")
+    stats_ready(browser, 1)
     row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr")
     page = {k: row.find_element(By.CLASS_NAME, k).text for k in ("min", "max", "mean", "std")}
     out = work / "roi.json"
@@ -141,17 +166,22 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
     command = browser.find_element(By.ID, "command").get_attribute("value")
     assert "--roi roi1=60,40,30,25" in command and "--frames 2" in command
 
-    # A spot, a line and an ellipse; the plot over time covers every frame.
-    ActionChains(browser).move_to_element_with_offset(browser.find_element(By.ID, "frame"),
-                                                      *pixel_offset(browser, 10, 10)).click().perform()
+    # A spot, a line, an ellipse and a polygon (one dropped by Escape, one
+    # closed by Enter, one by a double click); the plot over time covers
+    # every frame.
+    click(browser, 10, 10)
     browser.execute_script("document.getElementById('tool').value = 'line'")
     drag(browser, (5, 100), (150, 20))
     browser.execute_script("document.getElementById('tool').value = 'ellipse'")
     drag(browser, (20, 20), (60, 50))
-    wait_for(browser, "return document.querySelectorAll('#stats tbody tr').length === 4")
+    polygon(browser, [(100, 10), (140, 10)], "Escape")
+    polygon(browser, [(10, 70), (60, 75), (40, 110)], "dblclick")
+    polygon(browser, [(100, 60), (150, 70), (120, 100), (95, 90)], "Enter")
+    stats_ready(browser, 6)
     command = browser.find_element(By.ID, "command").get_attribute("value")
     for part in ("--spot 10,10", "--line line1=5,100,150,20", "--ellipse ellipse1=40.5,35.5,20.5,15.5",
-                 "--table"):
+                 "--polygon polygon1=10.5,70.5,60.5,75.5,40.5,110.5",
+                 "--polygon polygon2=100.5,60.5,150.5,70.5,120.5,100.5,95.5,90.5", "--table"):
         assert part in command
     # The exported command runs, and its regions give the page's statistics.
     import shlex
@@ -160,12 +190,12 @@ def test_readout_region_and_frames(viewer, browser, truth, work):
     args[args.index("-o") + 1] = str(work / "exported.json")
     subprocess.run([KALVIRO] + args[1:] + ["-q", "--force"], check=True, capture_output=True, timeout=60)
     regions = {r["name"]: r for r in json.loads((work / "exported.json").read_text())["frames"][0]["rois"]}
-    for name in ("roi1", "line1", "ellipse1"):
+    for name in ("roi1", "line1", "ellipse1", "polygon1", "polygon2"):
         row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr[data-shape='%s']" % name)
         for k in ("min", "max", "mean", "std"):
             assert float(row.find_element(By.CLASS_NAME, k).text) == pytest.approx(regions[name][k], abs=0.0051), (name, k)
     wait_for(browser, "return state.series && state.series.frames.length === %d && "
-                      "state.series.shapes.length === 4" % FRAMES)
+                      "state.series.shapes.length === 6" % FRAMES)
 
     # Following the fragment jumps.
     browser.execute_script("location.hash = '#frame=4'")
@@ -266,7 +296,6 @@ def test_browser_is_refused(viewer, browser):
 def test_colours_are_the_commands(viewer, browser, work):
     # The PNG of `kalviro convert`, decoded by the browser, against the
     # page's canvas pixel for pixel, for each palette and a fixed range.
-    import base64
     open_page(browser, viewer.url + "#frame=3")
     for palette in browser.execute_script("return Object.keys(state.palettes)"):
         out = work / f"colours_{palette}.png"
@@ -274,9 +303,16 @@ def test_colours_are_the_commands(viewer, browser, work):
                         "--palette", palette, "--range", "20:30.5", "--no-markers", "-o", str(out), "-q",
                         "--force"], check=True, capture_output=True, timeout=60)
         png = next(work.glob(f"colours_{palette}*.png")).read_bytes()
-        differ = browser.execute_async_script("""
-            const [png, palette, w, h, done] = arguments;
-            document.getElementById('range').value = '20:30.5';
+        assert canvas_differs(browser, png, palette, "20:30.5") == 0, palette
+
+
+def canvas_differs(browser, png, palette, colour_range):
+    """The pixels of the page's canvas, drawn with that palette and range,
+    that differ from the PNG's, decoded by the browser."""
+    import base64
+    return browser.execute_async_script("""
+            const [png, palette, range, w, h, done] = arguments;
+            document.getElementById('range').value = range;
             document.getElementById('palette').value = palette;
             render();
             const page = document.getElementById('frame').getContext('2d').getImageData(0, 0, w, h).data;
@@ -292,5 +328,76 @@ def test_colours_are_the_commands(viewer, browser, work):
               done(differ);
             };
             img.onerror = () => done('the PNG did not load');
-            img.src = 'data:image/png;base64,' + png;""", base64.b64encode(png).decode(), palette, W, H)
-        assert differ == 0, palette
+            img.src = 'data:image/png;base64,' + png;""", base64.b64encode(png).decode(), palette, colour_range,
+                                        W, H)
+
+
+# Frames the library gives failure values for, after two good ones: with a
+# window that lets nothing through, every pixel of CalType 51 fails; with a
+# final gain of a million, the hot pixels of CalType 21 leave the range of
+# hundredths that the cooler ones, a million times too large, still keep.
+FAILING = {"window 0": (51, 0x134, 0), "gain 1e6": (21, 0xf8, 100000000)}
+
+SHAPES = [("roi", "roi1=90,30,40,40", "{kind: 'roi', x: 90, y: 30, w: 40, h: 40}"),
+          ("line", "line1=5,100,150,20", "{kind: 'line', x0: 5, y0: 100, x1: 150, y1: 20}"),
+          ("ellipse", "ellipse1=105.5,50.5,30.5,20.5", "{kind: 'ellipse', x: 75, y: 30, w: 61, h: 41}"),
+          ("polygon", "polygon1=80.5,30.5,130.5,40.5,100.5,80.5",
+           "{kind: 'polygon', closed: true, points: [[80, 30], [130, 40], [100, 80]]}")]
+
+
+def failing_recording(work, kind):
+    calType, offset, value = FAILING[kind]
+    path = work / f"failing_{calType}.raw"
+    subprocess.run([KALVIRO, "synth", "--caltype", str(calType), "--size", f"{W}x{H}", "--frames", "3",
+                    "--scene", "hotspot", "-o", str(path), "--force"],
+                   check=True, capture_output=True, timeout=120)
+    data = bytearray(path.read_bytes())
+    at = 3 * FRAME_BYTES - BLOCK + offset
+    data[at:at + 4] = value.to_bytes(4, "little")
+    path.write_bytes(bytes(data))
+    return path, calType
+
+
+@pytest.mark.parametrize("kind, colour_range, failing, valid", [
+    # the block, the colours' range, a pixel that fails, one that does not
+    ("window 0", "20:30.5", (106, 50), None),
+    ("window 0", "auto", (0, 0), None),
+    ("gain 1e6", "20:30.5", (106, 50), (10, 10)),
+    ("gain 1e6", "auto", (106, 50), (10, 10)),
+])
+def test_failure_frame_is_the_commands(work, browser, kind, colour_range, failing, valid):
+    path, calType = failing_recording(work, kind)
+    v = Viewer([str(path), "--caltype", str(calType)])
+    try:
+        browser.get_log("browser")  # what earlier pages logged
+        open_page(browser, v.url + "#frame=2")
+        browser.execute_script("".join(f"addShape({js});" for _, _, js in SHAPES))
+        stats_ready(browser, len(SHAPES))
+        assert hover(browser, *failing).startswith(f"invalid at ({failing[0]}, {failing[1]}), gray ")
+        if valid:
+            assert "°C at (%d, %d)" % valid in hover(browser, *valid)
+        stem = work / f"failing_{calType}_{colour_range.replace(':', '_')}"
+        args = [KALVIRO, "convert", str(path), "--caltype", str(calType), "--frames", "2", "--palette", "iron",
+                "--no-markers", "--no-overlays", "-o", f"{stem}.json", "-o", f"{stem}.png", "-q", "--force"]
+        if colour_range != "auto":
+            args += ["--range", colour_range]
+        for k, text, _ in SHAPES:
+            args += ["--" + k, text]
+        subprocess.run(args, check=True, capture_output=True, timeout=60)
+        report = json.loads(next(work.glob(stem.name + "*.json")).read_text())
+        regions = {r["name"]: r for r in report["frames"][0]["rois"]}
+        for _, text, _ in SHAPES:
+            name = text.split("=")[0]
+            row = browser.find_element(By.CSS_SELECTOR, "#stats tbody tr[data-shape='%s']" % name)
+            for k in ("min", "max", "mean", "std"):
+                page, command = row.find_element(By.CLASS_NAME, k).text, regions[name][k]
+                if command is None:
+                    assert page == "invalid", (name, k)
+                else:
+                    assert float(page) == pytest.approx(command, abs=0.0051), (name, k)
+        png = next(work.glob(stem.name + "*.png")).read_bytes()
+        assert canvas_differs(browser, png, "iron", colour_range) == 0
+        errors = [e for e in browser.get_log("browser") if e["level"] == "SEVERE" and "favicon" not in e["message"]]
+        assert not errors, errors
+    finally:
+        assert v.stop()[0] == 0

@@ -4,6 +4,7 @@ the requests it must refuse."""
 import json
 import os
 import socket
+import struct
 import subprocess
 import time
 
@@ -82,6 +83,44 @@ def test_series_equals_convert(viewer, work, truth):
         assert line["mean"][i] == pytest.approx(sum(diag) / 4, abs=1e-5)
 
 
+def test_ellipse_and_polygon_series_equal_convert(viewer, work):
+    shapes = {"ellipse": "e=40.5,35.5,20.5,15.5", "polygon": "p=10.5,10.5,70.5,20.5,30.5,90.5,5,60"}
+    query = "&".join(f"{k}={v.replace('=', '%3D')}" for k, v in shapes.items())
+    series = json.loads(viewer.get(f"/api/series?{query}&from=3&to=4")[1])
+    out = work / "series_shapes.json"
+    subprocess.run([KALVIRO, "convert", str(work / "rec.raw"), "--caltype", str(CALTYPE), "--frames", "3",
+                    "--ellipse", shapes["ellipse"], "--polygon", shapes["polygon"], "-o", str(out), "-q",
+                    "--force"], check=True, capture_output=True, timeout=60)
+    regions = {r["name"]: r for r in json.loads(out.read_text())["frames"][0]["rois"]}
+    for q in series["shapes"]:
+        for key in ("min", "max", "mean", "std"):
+            assert q[key][0] == pytest.approx(regions[q["name"]][key], abs=0.0051), (q["name"], key)
+
+
+def test_pixels_of_a_polygon(viewer):
+    # A triangle: its pixels are those whose centre lies inside, checked
+    # here in exact fractions (its corners in quarters: no centre lies on an
+    # edge).
+    from fractions import Fraction
+    corners = [(Fraction(9, 4), Fraction(13, 4)), (Fraction(123, 4), 8), (11, Fraction(105, 4))]
+    status, body, _ = viewer.get("/api/pixels?polygon=" + ",".join(f"{float(x)},{float(y)}" for x, y in corners))
+    assert status == 200
+    got = list(struct.unpack("<%dI" % (len(body) // 4), body))
+
+    def side(a, b, p):
+        return (b[0] - a[0]) * (p[1] - a[1]) - (b[1] - a[1]) * (p[0] - a[0])
+
+    want = []
+    for y in range(H):
+        for x in range(W):
+            c = (Fraction(2 * x + 1, 2), Fraction(2 * y + 1, 2))
+            s = [side(corners[k], corners[(k + 1) % 3], c) for k in range(3)]
+            assert 0 not in s
+            if all(v > 0 for v in s) or all(v < 0 for v in s):
+                want.append(y * W + x)
+    assert got == want and len(want) > 100
+
+
 def _refusal_cases(port):
     other = f"evil.example:{port}"
     return [
@@ -121,6 +160,15 @@ def _refusal_cases(port):
         ("/api/series?line=0,0,5", {}, True, True, 400),
         ("/api/series?ellipse=a,b,c,d", {}, True, True, 400),
         ("/api/series?spot=1,1&from=x", {}, True, True, 400),
+        ("/api/series?polygon=1,1,5,1", {}, True, True, 400),  # two corners
+        ("/api/series?polygon=1,1,5,1,5,121", {}, True, True, 400),
+        ("/api/series?polygon=1,1,1.2,1,1.1,1.2", {}, True, True, 400),  # no pixel centre
+        ("/api/series?roi=1,1,5,5:e=0.5", {}, True, True, 400),  # the viewer converts at one emissivity
+        ("/api/series?roi=a%3D1,1,5,5&spot=a%3D2,2", {}, True, True, 400),  # one name twice
+        ("/api/pixels", {}, True, True, 400),
+        ("/api/pixels?spot=1,1&spot=2,2", {}, True, True, 400),
+        ("/api/pixels?ellipse=10,10,11,5", {}, True, True, 400),
+        ("/api/pixels?spot=1,1", {}, True, True, 200),
         ("/api/wait?after=nine", {}, True, True, 400),
         # Accepted: the names of this server, the token or its cookie.
         ("/api/info", {"Host": f"localhost:{port}"}, True, True, 200),
@@ -271,6 +319,49 @@ def test_live_stream_past_the_memory_bound_keeps_the_newest(work):
         assert len(v.get("/api/recording")[1]) == (48 - info["first"]) * FRAME_BYTES
     finally:
         code, err = v.stop()
+    assert code == 0, err
+
+
+def test_live_stream_read_while_it_arrives(work, truth):
+    # Requests on several connections at once while the reader stores new
+    # frames: every answer whole, every frame the per-pixel bits.
+    import threading
+    data = (work / "rec.raw").read_bytes()
+    v = Viewer(["-", "--size", f"{W}x{H}", "--caltype", str(CALTYPE)], stdin=subprocess.PIPE)
+    failures = []
+    writing = threading.Event()
+    writing.set()
+
+    def read(paths):
+        while writing.is_set():
+            frames = json.loads(v.get("/api/wait?after=0")[1])["frames"]
+            for path in paths:
+                status, body, _ = v.get(path.format(last=max(frames - 1, 0)))
+                if status not in (200, 404):
+                    failures.append((path, status, body[:100]))
+                elif path == "/api/frame/{last}" and status == 200 and body != truth[max(frames - 1, 0)]:
+                    failures.append((path, "bits"))
+
+    readers = [threading.Thread(target=read, args=(p,)) for p in (
+        ["/api/frame/{last}", "/api/frame/{last}/block", "/api/info"],
+        ["/api/series?spot=80,60&roi=10,10,20,20", "/api/recording", "/api/pixels?line=0,0,100,50"])]
+    try:
+        for r in readers:
+            r.start()
+        for n in range(FRAMES):
+            v.proc.stdin.write(data[n * FRAME_BYTES:(n + 1) * FRAME_BYTES])
+            v.proc.stdin.flush()
+            # Each frame held before the next: the readers see it grow.
+            while json.loads(v.get(f"/api/wait?after={n}")[1])["frames"] <= n:
+                pass
+        info = v.stream_all(b"")
+        assert info["frames"] == FRAMES
+    finally:
+        writing.clear()
+        for r in readers:
+            r.join(60)
+        code, err = v.stop()
+    assert not failures, failures[:3]
     assert code == 0, err
 
 

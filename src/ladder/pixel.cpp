@@ -1,4 +1,4 @@
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"

@@ -9,7 +9,7 @@
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 #include "ladder/emiss_ladder.hpp"
-#include "ladder/member.hpp"
+#include "ladder/recipe.hpp"
 #include "ladder/trim_table.hpp"
 
 namespace kalviro::ladder {

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "core/rows.hpp"
-#include "ladder/member.hpp"
+#include "ladder/recipe.hpp"
 
 namespace kalviro::ladder {
 namespace member_words {

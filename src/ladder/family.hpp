@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "core/state.hpp"
-#include "ladder/member.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
+#include "ladder/recipe.hpp"
 
 namespace kalviro::ladder {
 
