@@ -429,25 +429,27 @@ private:
 
 }  // namespace
 
-CLI::App* addViewCommand(CLI::App& app, ViewOptions& o) {
+Subcommand addViewCommand(CLI::App& app) {
+    auto o = std::make_shared<ViewOptions>();
     auto* cmd = app.add_subcommand(
         "view", "a recording or live stream in the browser: temperature under the cursor, regions, plots");
     cmd->add_option(
-           "FILE", o.file,
+           "FILE", o->file,
            "raw frame file or sequence, or a --counts archive; - for a live stream on standard input")
         ->required();
-    cmd->add_option("--caltype", o.calType, "the camera's CalType")->required();
-    cmd->add_option("--size", o.size, "frame size WxH; inferred from the file size for common sensor sizes");
-    cmd->add_option("-e,--emissivity", o.emissivity, "emissivity of the object, above 0 and at most 1")
+    cmd->add_option("--caltype", o->calType, "the camera's CalType")->required();
+    addSizeOption(cmd, o->size);
+    cmd->add_option("-e,--emissivity", o->emissivity, "emissivity of the object, above 0 and at most 1")
         ->capture_default_str();
-    cmd->add_option("-d,--distance", o.distance, "object distance in metres, in place of the block's");
-    cmd->add_option("--port", o.port, "port on 127.0.0.1; a free one by default")
+    cmd->add_option("-d,--distance", o->distance, "object distance in metres, in place of the block's");
+    cmd->add_option("--port", o->port, "port on 127.0.0.1; a free one by default")
         ->check(CLI::Range(1, 65535));
-    cmd->add_flag("--no-browser", o.noBrowser, "only print the URL");
+    cmd->add_flag("--no-browser", o->noBrowser, "only print the URL");
     cmd->add_option(
-        "--memory", o.memoryMiB,
+        "--memory", o->memoryMiB,
         "MiB of frames held; by default half the memory: a stream past it keeps its newest frames");
-    return cmd;
+    // Ctrl-C is the viewer's usual end.
+    return {cmd, [o] { runView(*o); }, true};
 }
 
 void runView(const ViewOptions& o) {
