@@ -12,7 +12,7 @@
 
 #include "api/module.hpp"
 #include "direct/pixel.hpp"
-#include "ladder/pipeline.hpp"
+#include "ladder/pixel.hpp"
 
 namespace kalviro {
 
