@@ -103,7 +103,7 @@ float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* 
                   float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
     const float t = frameStage(m, st, bytes(block), gray, emissivity, distance);
-    storePlan(m, st, sp, bytes(block), emissivity, distance);
+    storePlan(m, st, sp, bytes(block), gray, emissivity, distance, true);
     return t;
 }
 
@@ -140,23 +140,14 @@ float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo*
                     [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
-void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
-               float distance) {
-    withPlan(m, st, block, emissivity, distance, false, [&](const auto& plan) { storedAs(sp, plan) = plan; });
-    withPlanWords(m.family, [&](const auto& offsets) {
-        size_t i = 0;
-        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
-    });
-    sp.emissivity = floatBits(emissivity);
-    sp.distance = floatBits(distance);
-    sp.from = &st;
-}
-
 float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
                   int32_t gray, float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
     if (!planHolds(m, st, sp, bytes(block), emissivity, distance))
         return convertRealFresh(m, st, block, gray, emissivity, distance);
+    // Unsigned: a gray value below the table wraps past its end.
+    const uint32_t i = static_cast<uint32_t>(gray) - static_cast<uint32_t>(sp.aheadFirst);
+    if (i < static_cast<uint32_t>(sp.aheadCount)) return sp.ahead[i];
     return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
                                                                      : ladder::pixelDegrees(sp.ladder, gray);
 }
@@ -164,7 +155,9 @@ float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, con
 float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
                   float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
-    convertInit(m, st, sp, block, gray, emissivity, distance);
+    // One spot: neither the eager ladder nor the table would pay.
+    frameStage(m, st, bytes(block), gray, emissivity, distance);
+    storePlan(m, st, sp, bytes(block), gray, emissivity, distance, false);
     return convertReal(m, st, sp, block, gray, emissivity, distance);
 }
 
@@ -186,6 +179,23 @@ void spanOnLanesInUse(const void* ctx, int32_t first, int32_t count, float* out)
 }
 
 }  // namespace
+
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
+               float emissivity, float distance, bool ahead) {
+    withPlan(m, st, block, emissivity, distance, ahead, [&](const auto& plan) {
+        storedAs(sp, plan) = plan;
+        sp.aheadFirst = firstAhead(gray);
+        sp.aheadCount = ahead ? kAheadGrays : 0;
+        if (ahead) buildWith(laneBuilders(), plan, sp.aheadFirst, kAheadGrays, sp.ahead);
+    });
+    withPlanWords(m.family, [&](const auto& offsets) {
+        size_t i = 0;
+        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
+    });
+    sp.emissivity = floatBits(emissivity);
+    sp.distance = floatBits(distance);
+    sp.from = &st;
+}
 
 void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
                 float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out) {
