@@ -11,7 +11,12 @@ CalType and scene:
     a ns the same in ns a pixel; a cpu, in processor ns a pixel (on a busy
          machine the thread's own time)
     b/c  what the second thread gains
-and per CalType the whole-frame conversion per gray value of the full scale
+and for the first CalType a synthetic recording (1,000 frames of the room
+as kalviro synth makes it, the camera warming) through Camera::realFrame
+on one table kept from frame to frame, per frame over the memcpy (rec b/d;
+rec cpu/d in processor time; rec fresh/d the same frames on a table that
+keeps nothing), and two threads over one with 2 ms between frames (paced
+2/1); and per CalType the whole-frame conversion per gray value of the full scale
 (ns) and the per-frame call (us); then which CalTypes miss each goal.
 
     bench/ratios.py [--binary PROGRAM] [--save FILE] [-- PROGRAM FLAGS...]
@@ -43,6 +48,9 @@ GOALS = [
     Goal("c at least 1.7x faster than b on the full range", "full b/c", lambda v: v >= 1.7, False),
     Goal("f under 6 ns per value where AVX2 is present", "f", lambda v: v < 6.0, True),
     Goal("a at most 15 ns a pixel on the room, 640x512", "room a ns", lambda v: v <= 15.0, False),
+    Goal("a recording through Camera::realFrame within 4x d a frame", "rec b/d", lambda v: v <= 4.0, False),
+    Goal("two threads 2 ms apart at most 1.25x one thread", "paced 2/1", lambda v: v <= 1.25, False),
+    Goal("two threads back to back at least 1.6x faster than one", "room b/c", lambda v: v >= 1.6, False),
 ]
 
 
@@ -99,7 +107,8 @@ def gather(runs):
     for key, (ns, b) in runs.items():
         if key[0] == "memcpy":
             copy_ns[int(b["pixels"])] = ns
-    caltypes = sorted({int(k[1]) for k in runs if k[0] in ("convert", "init", "kernel", "per_pixel")})
+    kinds = ("convert", "init", "kernel", "per_pixel", "recording")
+    caltypes = sorted({int(k[1]) for k in runs if k[0] in kinds})
     rows = {}
     for ct in caltypes:
         row = {}
@@ -119,6 +128,16 @@ def gather(runs):
                 row[scene + " a cpu"] = a[1]["cpu_time"] * NS_PER_UNIT[a[1]["time_unit"]] / a[1]["pixels"]
             if b and c:
                 row[scene + " b/c"] = b[0] / c[0]
+        rec = runs.get(("recording", str(ct), "room"))
+        d = copy_ns.get(int(rec[1]["pixels"])) if rec else None
+        if rec and d:
+            row["rec b/d"] = rec[0] / d
+            row["rec cpu/d"] = rec[1]["kept_cpu_us"] * 1e3 / d
+            row["rec fresh/d"] = rec[1]["fresh_us"] * 1e3 / d
+        paced1 = runs.get(("paced2ms_threads1", str(ct), "room"))
+        paced2 = runs.get(("paced2ms_threads2", str(ct), "room"))
+        if paced1 and paced2:
+            row["paced 2/1"] = paced2[0] / paced1[0]
         kernel = runs.get(("kernel", str(ct)))
         init = runs.get(("init", str(ct)))
         row["f"] = kernel[0] / GRAYS if kernel else None
@@ -165,6 +184,9 @@ def print_header(ctx, runs, copy_ns):
     print(
         "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel "
         "(a ns: ns a pixel; a cpu: processor ns a pixel); "
+        "rec: a recording of 1,000 frames through Camera::realFrame on a kept table, per frame (rec fresh: "
+        "on a table that keeps nothing); paced 2/1: two threads over one, 2 ms between frames; "
+        "b, c and f build their table anew for every frame. "
         "f: kalviro_convert_frame on the 65536 gray values once, ns per value; e: the per-frame call, us. "
         "Bold: misses its goal.\n"
     )
@@ -172,7 +194,8 @@ def print_header(ctx, runs, copy_ns):
 
 def print_table(rows, ctx):
     scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
-    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "a ns", "a cpu", "b/c")] + ["f", "e"]
+    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "a ns", "a cpu", "b/c")]
+    columns += ["rec b/d", "rec cpu/d", "rec fresh/d", "paced 2/1", "f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")
