@@ -11,6 +11,8 @@ CalType and scene:
     a ns the same in ns a pixel; a cpu, in processor ns a pixel (on a busy
          machine the thread's own time)
     b/c  what the second thread gains
+    k/d  kalviro_convert_frame on a kept table, the same frame again, over the
+         memcpy; k cpu/b cpu, its processor time over b's
 and for the first CalType a synthetic recording (1,000 frames of the room
 as kalviro synth makes it, the camera warming) through Camera::realFrame
 on one table kept from frame to frame, per frame over the memcpy (rec b/d;
@@ -115,12 +117,16 @@ def gather(runs):
         for scene in SCENES:
             b = runs.get(("convert", str(ct), scene))
             c = runs.get(("threads2", str(ct), scene))
+            k = runs.get(("kept", str(ct), scene))
             a = runs.get(("per_pixel", str(ct), scene))
             d = copy_ns.get(int(b[1]["pixels"])) if b else None
             if b and d:
                 row[scene + " b/d"] = b[0] / d
             if c and d:
                 row[scene + " c/d"] = c[0] / d
+            if k and d:
+                row[scene + " k/d"] = k[0] / d
+                row[scene + " k cpu/b cpu"] = k[1]["cpu_time"] / b[1]["cpu_time"] if b else None
             if a and d:
                 row[scene + " a/d"] = a[0] / d
             if a:
@@ -134,6 +140,8 @@ def gather(runs):
             row["rec b/d"] = rec[0] / d
             row["rec cpu/d"] = rec[1]["kept_cpu_us"] * 1e3 / d
             row["rec fresh/d"] = rec[1]["fresh_us"] * 1e3 / d
+            if rec[1].get("copy_cpu_us"):
+                row["rec cpu/copy"] = rec[1]["kept_cpu_us"] / rec[1]["copy_cpu_us"]
         paced1 = runs.get(("paced2ms_threads1", str(ct), "room"))
         paced2 = runs.get(("paced2ms_threads2", str(ct), "room"))
         if paced1 and paced2:
@@ -185,8 +193,10 @@ def print_header(ctx, runs, copy_ns):
         "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel "
         "(a ns: ns a pixel; a cpu: processor ns a pixel); "
         "rec: a recording of 1,000 frames through Camera::realFrame on a kept table, per frame (rec fresh: "
-        "on a table that keeps nothing); paced 2/1: two threads over one, 2 ms between frames; "
-        "b, c and f build their table anew for every frame. "
+        "on a table that keeps nothing; rec cpu/copy: its processor time over that of a memcpy made in the same "
+        "loop, as the frame finds the caches); paced 2/1: two threads over one, 2 ms between frames; "
+        "b, c and f build their table anew for every frame; k: b on a kept table, the same frame again "
+        "(k cpu/b cpu: their processor times). "
         "f: kalviro_convert_frame on the 65536 gray values once, ns per value; e: the per-frame call, us. "
         "Bold: misses its goal.\n"
     )
@@ -194,8 +204,8 @@ def print_header(ctx, runs, copy_ns):
 
 def print_table(rows, ctx):
     scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
-    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "a ns", "a cpu", "b/c")]
-    columns += ["rec b/d", "rec cpu/d", "rec fresh/d", "paced 2/1", "f", "e"]
+    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "k/d", "k cpu/b cpu", "c/d", "a/d", "a ns", "a cpu", "b/c")]
+    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "paced 2/1", "f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")
