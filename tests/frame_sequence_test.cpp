@@ -70,7 +70,8 @@ TEST_P(FrameSequence, ReusedTableEqualsFreshTableAndPerPixelCall) {
     auto kept = std::make_unique<KalviroFrameTable>();
     int frames = 0;
     for (test::VectorFrame vf : vectorFrames()) {
-        if (vf.calType != calType) continue;
+        // Two of the CalType's frames: its statics after one, then after the next.
+        if (vf.calType != calType || frames == 2) continue;
         cam.init(vf.gray, vf.info(), vf.emissivity, vf.distance);
         for (const Step& s : kSteps) {
             const float e = s.otherEmissivity ? 0.5f : vf.emissivity;
