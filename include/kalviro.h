@@ -226,8 +226,9 @@ KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int3
  * found, every gray value between them is converted once into the table
  * (several at a time, on the widest vectors the processor has), and each
  * pixel then reads its entry. The results are those of calling fn on every
- * pixel, bit for bit. The table is the caller's (about 258 KiB, no
- * initialisation needed); nothing is allocated. It remembers which gray
+ * pixel, bit for bit. The table is the caller's (about 258 KiB; no
+ * initialisation needed, but zero memory that held a table before);
+ * nothing is allocated. It remembers which gray
  * values it holds and for which per-pixel plan: when a frame through a
  * CalType's own function has the plan of the table's previous frame (the
  * same statics, emissivity, distance and block fields that the conversion
