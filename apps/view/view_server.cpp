@@ -163,6 +163,7 @@ public:
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/?token=" + token_; }
     void listen() { server_.listen_after_bind(); }
     void stop() { server_.stop(); }
+    bool running() const { return server_.is_running(); }
 
 private:
     bool admit(const httplib::Request& req, httplib::Response& res) {
@@ -523,12 +524,17 @@ void runView(const ViewOptions& o) {
 
     std::atomic<bool> served{false};
     std::thread signals([&] {
+        // The server ignores a stop before it runs: a Ctrl-C right after the
+        // URL waits for listen() to have begun.
+        bool asked = false;
         while (!served.load()) {
-            pollfd asked{stopFd(), POLLIN, 0};
-            if (::poll(&asked, stopFd() < 0 ? 0 : 1, 200) > 0 || stopSignal() != 0) {
-                viewer.stop();
-                return;
+            if (asked) {
+                if (viewer.running()) return viewer.stop();
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                continue;
             }
+            pollfd fd{stopFd(), POLLIN, 0};
+            asked = ::poll(&fd, stopFd() < 0 ? 0 : 1, 200) > 0 || stopSignal() != 0;
         }
     });
     viewer.listen();
