@@ -1,7 +1,7 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
 #include "core/get_it.hpp"
-#include "direct/recipes.hpp"
+#include "direct/family.hpp"
 #include "kalviro.h"
 
 namespace {
@@ -79,15 +79,17 @@ template <int32_t NN>
 int32_t oldEarly(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
-    return kalviro::direct::early12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
-                                    kalviro::bytes(block), gray, emissivity, distance);
+    return kalviro::direct::early12(kalviro::familyRow<kalviro::direct::Trait>(kalviro::moduleAt(index)),
+                                    kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
+                                    distance);
 }
 template <int32_t NN>
 int32_t oldRealtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
-    return kalviro::direct::realtime12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
-                                       kalviro::bytes(block), gray, emissivity, distance);
+    return kalviro::direct::realtime12(kalviro::familyRow<kalviro::direct::Trait>(kalviro::moduleAt(index)),
+                                       kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
+                                       distance);
 }
 }  // namespace
 extern "C" {

@@ -46,8 +46,6 @@ struct PixelPlan {
 
 PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
                     float distance);
-PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance);
 
 // Hundredths of a degree as a float.
 float pixelHundredths(const PixelPlan& p, int32_t gray);
