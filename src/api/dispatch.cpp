@@ -1,6 +1,7 @@
 // The one dispatch: a CalType's family decides which engine runs its
 // per-frame stage, its per-pixel stage and its result form.
 #include <array>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "api/frame.hpp"
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
+#include "api/stored_plan.hpp"
 #include "api/temp2gray.hpp"
 #include "core/get_it.hpp"
 
@@ -54,6 +56,9 @@ CalState gStates[] = {
 #undef KALVIRO_STATE
 };
 
+// The plans the per-frame calls of the C entries leave, beside their statics.
+StoredPlan gPlans[std::size(gStates)];
+
 }  // namespace
 
 const Module& moduleAt(int index) { return kModules[static_cast<size_t>(index)]; }
@@ -66,13 +71,30 @@ const Module* findModule(int32_t calType) {
 
 CalState& processState(int index) { return gStates[index]; }
 
-float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance) {
-    if (block == nullptr) return 0.0f;
+StoredPlan& processPlan(int index) { return gPlans[index]; }
+
+void resetProcessState(int index) {
+    gStates[index] = initialState(kCalTypes[index].calType);
+    dropPlan(gPlans[index]);
+}
+
+namespace {
+
+float frameStage(const Module& m, CalState& st, uint8_t* b, int32_t gray, float emissivity, float distance) {
     return withFamily(m.family, [&](auto family) {
         using Trait = decltype(family);
-        return Trait::frame(familyRow<Trait>(m), st, bytes(block), gray, emissivity, distance);
+        return Trait::frame(familyRow<Trait>(m), st, b, gray, emissivity, distance);
     });
+}
+
+}  // namespace
+
+float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    const float t = frameStage(m, st, bytes(block), gray, emissivity, distance);
+    storePlan(m, st, sp, bytes(block), emissivity, distance);
+    return t;
 }
 
 // The family's per-pixel plan for the frame, handed to `use`; the kernel of
@@ -89,18 +111,46 @@ auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emiss
     });
 }
 
-float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
-                  float emissivity, float distance) {
+namespace {
+
+direct::PixelPlan& storedAs(StoredPlan& sp, const direct::PixelPlan&) { return sp.direct; }
+ladder::PixelPlan& storedAs(StoredPlan& sp, const ladder::PixelPlan&) { return sp.ladder; }
+
+}  // namespace
+
+float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
+                       float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
     return withPlan(m, st, bytes(block), emissivity, distance, false,
                     [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
-float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance) {
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
+               float distance) {
+    withPlan(m, st, block, emissivity, distance, false, [&](const auto& plan) { storedAs(sp, plan) = plan; });
+    withPlanWords(m.family, [&](const auto& offsets) {
+        size_t i = 0;
+        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
+    });
+    sp.emissivity = floatBits(emissivity);
+    sp.distance = floatBits(distance);
+    sp.from = &st;
+}
+
+float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
+                  int32_t gray, float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
-    convertInit(m, st, block, gray, emissivity, distance);
-    return convertReal(m, st, block, gray, emissivity, distance);
+    if (!planHolds(m, st, sp, bytes(block), emissivity, distance))
+        return convertRealFresh(m, st, block, gray, emissivity, distance);
+    return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
+                                                                     : ladder::pixelDegrees(sp.ladder, gray);
+}
+
+float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    convertInit(m, st, sp, block, gray, emissivity, distance);
+    return convertReal(m, st, sp, block, gray, emissivity, distance);
 }
 
 namespace {
@@ -120,13 +170,49 @@ void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block,
              [&](const auto& plan) { set.of<std::decay_t<decltype(plan)>>()(plan, first, count, out); });
 }
 
+namespace {
+
+// All that a table built through a plan depends on: the plan's bytes, the
+// rows it points at by value (a camera's copy holds them elsewhere), and the
+// lanes, so that a switch of sets builds afresh. Plans point at nothing else
+// that changes.
+template <typename Plan>
+struct TableKey {
+    const LaneBuilders* set;
+    Plan plan;
+    TempSegment rows[std::extent<decltype(CalState::tempdata)>::value];
+};
+
+template <typename Plan>
+void fillKey(TableKey<Plan>& k, const Plan& plan, const CalState& st) {
+    static_assert(std::is_trivially_copyable<Plan>::value, "a plan is compared byte for byte");
+    std::memset(&k, 0, sizeof k);  // the padding too
+    k.set = &laneBuilders();
+    std::memcpy(&k.plan, &plan, sizeof plan);
+    k.plan.rows = nullptr;
+    // A plan's padding holds whatever its builders' temporaries left there:
+    // equal plans would otherwise differ, and every frame would rebuild.
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_clear_padding)
+    __builtin_clear_padding(&k.plan);
+#endif
+#endif
+    std::memcpy(k.rows, st.tempdata, sizeof k.rows);
+}
+
+}  // namespace
+
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
                   int32_t threads) {
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
         using Plan = std::decay_t<decltype(plan)>;
-        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan}, pixels, count, out, table, threads);
+        static_assert(sizeof(TableKey<Plan>) <= kKeyRoom, "the table has no room for the key");
+        TableKey<Plan> key;
+        fillKey(key, plan, st);
+        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan, &key, sizeof key}, pixels, count, out, table,
+                     threads);
     });
 }
 

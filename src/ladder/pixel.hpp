@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "core/block.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 #include "ladder/emiss_ladder.hpp"
@@ -60,6 +61,23 @@ struct PixelPlan {
     float windowC;     // the static of the window term
     float emissivity;
     const TrimRow* trimRow;  // null: no trim
+};
+
+// Every block word pixelPlan reads, of every member: a plan built from one
+// block holds for another whose words here are equal.
+inline constexpr uint32_t kPlanWords[] = {
+    field::grayCurve(0).offset,    field::grayCurve(2).offset,
+    field::grayCurve(4).offset,    field::grayCurve(5).offset,
+    field::grayCurve(7).offset,    field::grayCurve(11).offset,
+    field::warmDiffLow.offset,     field::tempBinGain(0).offset,
+    field::tempBinGain(4).offset,  field::driftGain.offset,
+    field::tempRange.offset,       field::lensType.offset,
+    field::tempCH1.offset,         field::tempCH5.offset,
+    field::distance.offset,        field::shutterDrift.offset,
+    field::tempGain.offset,        field::humidity.offset,
+    field::tempOffset.offset,      field::grayBias.offset,
+    field::grayRef.offset,         field::windowTrans.offset,
+    field::windowTransLong.offset, field::auxGate.offset,  // windowTransLong is envTemp's word
 };
 
 // A plan for many gray values (eager) evaluates the ladder's polynomial of
