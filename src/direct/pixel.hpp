@@ -45,8 +45,9 @@ struct PixelPlan {
     float window;
 };
 
-// Every block word pixelPlan reads, for a Recipe and for a FourRange: a plan
-// built from one block holds for another whose words here are equal.
+// Every block word pixelPlan reads, for the skeleton and (kPlanWords4) the
+// four-range frame of 12 and 60: a plan built from one block holds for
+// another whose words here are equal.
 inline constexpr uint32_t kPlanWords[] = {
     field::grayRef.offset,  field::grayBias.offset, field::tempRange.offset,  field::humidity.offset,
     field::distance.offset, field::tempGain.offset, field::tempOffset.offset, field::windowTransLong.offset,
