@@ -13,6 +13,14 @@
  * CalType. A kalviro_camera (below), or a kalviro::Camera in C++, has a set
  * of its own.
  *
+ * Beside its statics a per-frame call leaves the per-pixel plan of its block,
+ * emissivity and distance: a per-pixel call whose emissivity and distance
+ * have the same bits, on a block whose fields that the plan reads are the
+ * same, runs on that plan; any other builds one for itself. Either way the
+ * result is the same, bit for bit. The plan is part of the statics for the
+ * rule above: a per-frame call that overlaps a per-pixel call on the same
+ * statics is a data race, and that per-pixel call's result is undefined.
+ *
  * Valid C99 and C++. */
 #ifndef KALVIRO_H
 #define KALVIRO_H
@@ -279,7 +287,7 @@ KALVIRO_API void kalviro_camera_destroy(kalviro_camera *cam);
 /* The bytes and the alignment a camera needs: at most
  * KALVIRO_CAMERA_SIZE_MAX bytes, aligned to 8, on every host, for memory set
  * aside at compile time. */
-#define KALVIRO_CAMERA_SIZE_MAX 528
+#define KALVIRO_CAMERA_SIZE_MAX 2576
 KALVIRO_API size_t kalviro_camera_size(void);
 KALVIRO_API size_t kalviro_camera_align(void);
 /* A camera in the caller's memory, for callers without a heap: returns

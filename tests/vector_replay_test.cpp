@@ -297,9 +297,7 @@ TEST_P(ReferenceVectorsC, ReplayThroughCEntries) {
     const Sequence& seq = sequences()[static_cast<size_t>(GetParam())];
     ASSERT_EQ(KALVIRO_IsAlgSurport(seq.calType), 1);
     // Earlier tests of this process may have latched the statics.
-    const auto fresh = [&seq] {
-        kalviro::processState(kalviro::listIndex(seq.calType)) = kalviro::initialState(seq.calType);
-    };
+    const auto fresh = [&seq] { kalviro::resetProcessState(kalviro::listIndex(seq.calType)); };
 #if defined(_WIN32)
     // No fork: the statics are set back in this process.
     fresh();
