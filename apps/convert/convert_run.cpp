@@ -85,7 +85,7 @@ public:
     // Hands a frame on; serial runs convert it at once.
     void submit(Job&& job) {
         if (workers_.empty()) {
-            deliver(convert(job, *serialTable()));
+            deliver(convert(job, *serialTable(), serialOthers_));
             return;
         }
         std::unique_lock<std::mutex> lock(mutex_);
@@ -147,7 +147,7 @@ private:
     void work() {
         // Each worker's scratch table for the frames it converts, made at its
         // first frame: a worker that gets none costs no table.
-        std::unique_ptr<KalviroFrameTable> table;
+        std::unique_ptr<KalviroFrameTable> table, others;
         for (;;) {
             std::unique_lock<std::mutex> lock(mutex_);
             ready_.wait(lock, [&] { return !jobs_.empty() || closing_; });
@@ -157,7 +157,7 @@ private:
             lock.unlock();
             try {
                 if (!table) table = std::make_unique<KalviroFrameTable>();
-                deliver(convert(job, *table));
+                deliver(convert(job, *table, others));
             } catch (...) {
                 std::lock_guard<std::mutex> relock(mutex_);
                 if (!error_) error_ = std::current_exception();
@@ -167,7 +167,9 @@ private:
         }
     }
 
-    FrameResult convert(Job& job, KalviroFrameTable& table) {
+    // Regions of other emissivities convert through a table of their own:
+    // each table then keeps its plan from one frame to the next.
+    FrameResult convert(Job& job, KalviroFrameTable& table, std::unique_ptr<KalviroFrameTable>& others) {
         FrameResult r;
         r.temps = take(tempPool_);
         r.index = job.index;
@@ -178,8 +180,9 @@ private:
         const float distance = run_.distance ? static_cast<float>(*run_.distance) : 0.0f;
         job.camera.realFrame(job.pixels.data(), job.pixels.size(), &job.block, run_.emissivity, distance,
                              r.temps.data(), table);
+        if (!job.others.empty() && !others) others = std::make_unique<KalviroFrameTable>();
         applyEmissivities(run_, job.pixels.data(), job.pixels.size(), job.others, distance, r.temps.data(),
-                          table);
+                          others ? *others : table);
         toUnit(r.temps.data(), r.temps.size(), run_.unit);
         r.grays = std::move(job.pixels);
         const int32_t w = run_.size.width;
@@ -271,7 +274,7 @@ private:
     bool closing_ = false;
     std::exception_ptr error_;
     std::vector<std::thread> workers_;
-    std::unique_ptr<KalviroFrameTable> serial_;
+    std::unique_ptr<KalviroFrameTable> serial_, serialOthers_;
     std::mutex poolMutex_;
     std::vector<std::vector<uint16_t>> pixelPool_;
     std::vector<std::vector<float>> tempPool_;
