@@ -333,10 +333,12 @@ def canvas_differs(browser, png, palette, colour_range):
 
 
 # Frames the library gives failure values for, after two good ones: with a
-# window that lets nothing through, every pixel of CalType 51 fails; with a
-# final gain of a million, the hot pixels of CalType 21 leave the range of
-# hundredths that the cooler ones, a million times too large, still keep.
-FAILING = {"window 0": (51, 0x134, 0), "gain 1e6": (21, 0xf8, 100000000)}
+# zeroed block or a window that lets nothing through, every pixel of CalType
+# 51 fails; with a final gain of a million, the hot pixels of CalType 21
+# leave the range of hundredths that the cooler ones, a million times too
+# large, still keep. Each: the CalType, where in the block, the bytes put there.
+FAILING = {"zeroed block": (51, 0, bytes(BLOCK)), "window 0": (51, 0x134, (0).to_bytes(4, "little")),
+           "gain 1e6": (21, 0xf8, (100000000).to_bytes(4, "little"))}
 
 SHAPES = [("roi", "roi1=90,30,40,40", "{kind: 'roi', x: 90, y: 30, w: 40, h: 40}"),
           ("line", "line1=5,100,150,20", "{kind: 'line', x0: 5, y0: 100, x1: 150, y1: 20}"),
@@ -347,19 +349,20 @@ SHAPES = [("roi", "roi1=90,30,40,40", "{kind: 'roi', x: 90, y: 30, w: 40, h: 40}
 
 def failing_recording(work, kind):
     calType, offset, value = FAILING[kind]
-    path = work / f"failing_{calType}.raw"
+    path = work / f"failing_{kind.replace(' ', '_')}.raw"
     subprocess.run([KALVIRO, "synth", "--caltype", str(calType), "--size", f"{W}x{H}", "--frames", "3",
                     "--scene", "hotspot", "-o", str(path), "--force"],
                    check=True, capture_output=True, timeout=120)
     data = bytearray(path.read_bytes())
     at = 3 * FRAME_BYTES - BLOCK + offset
-    data[at:at + 4] = value.to_bytes(4, "little")
+    data[at:at + len(value)] = value
     path.write_bytes(bytes(data))
     return path, calType
 
 
 @pytest.mark.parametrize("kind, colour_range, failing, valid", [
     # the block, the colours' range, a pixel that fails, one that does not
+    ("zeroed block", "20:30.5", (106, 50), None),
     ("window 0", "20:30.5", (106, 50), None),
     ("window 0", "auto", (0, 0), None),
     ("gain 1e6", "20:30.5", (106, 50), (10, 10)),
@@ -376,7 +379,7 @@ def test_failure_frame_is_the_commands(work, browser, kind, colour_range, failin
         assert hover(browser, *failing).startswith(f"invalid at ({failing[0]}, {failing[1]}), gray ")
         if valid:
             assert "°C at (%d, %d)" % valid in hover(browser, *valid)
-        stem = work / f"failing_{calType}_{colour_range.replace(':', '_')}"
+        stem = work / f"failing_{kind.replace(' ', '_')}_{colour_range.replace(':', '_')}"
         args = [KALVIRO, "convert", str(path), "--caltype", str(calType), "--frames", "2", "--palette", "iron",
                 "--no-markers", "--no-overlays", "-o", f"{stem}.json", "-o", f"{stem}.png", "-q", "--force"]
         if colour_range != "auto":
