@@ -26,6 +26,8 @@
 #include <initializer_list>
 #include <memory>
 
+#include "api/module.hpp"
+#include "api/stored_plan.hpp"
 #include "kalviro.h"
 #include "kalviro.hpp"
 
@@ -135,7 +137,8 @@ float countedZeroDistance(int32_t gray, TempFrameInfo* block, float emissivity, 
     return counted(gray, block, emissivity, distance);
 }
 
-KalviroFrameTable gTable;  // scratch, kept between inputs as a caller would
+KalviroFrameTable gTable;  // kept between inputs as a caller would
+KalviroFrameTable gFresh;  // forgotten before each use
 float gOut[kMaxPixels];
 
 struct Input {
@@ -326,6 +329,38 @@ void ownReadingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw, const 
                "an export of CalType %d without a block", in.calType);
 }
 
+// A per-pixel road (real: block, emissivity, distance) gives the bits of a
+// plan built for the call alone, on the statics st of that road: with the
+// per-frame call's arguments, where the stored plan holds, and after a
+// change between the calls that it must notice: a byte of the block that
+// the input names, the emissivity, the distance.
+template <typename Real>
+void checkStoredPlan(const Input& in, const kalviro::CalState& st, const TempFrameInfo* block, Real real,
+                     const char* road) {
+    const int index = kalviro::listIndex(in.calType);
+    if (index < 0) return;
+    const kalviro::Module& m = kalviro::moduleAt(index);
+    TempFrameInfo changed;
+    std::memcpy(&changed, block, sizeof changed);
+    reinterpret_cast<uint8_t*>(&changed)[static_cast<uint32_t>(in.target) % 512] ^=
+        static_cast<uint8_t>(in.tempMin | 1);
+    const struct {
+        const TempFrameInfo* block;
+        float emissivity, distance;
+    } calls[] = {
+        {block, in.emissivity, in.distance},
+        {&changed, in.emissivity, in.distance},
+        {block, in.emissivity * 0.5f, in.distance},
+        {block, in.emissivity, in.distance + 1.0f},
+    };
+    for (const auto& c : calls) {
+        const float got = real(c.block, c.emissivity, c.distance);
+        const float want = kalviro::convertRealFresh(m, st, c.block, in.gray, c.emissivity, c.distance);
+        FUZZ_CHECK(bitsOf(got) == bitsOf(want), "%s of CalType %d: %08x, a fresh plan %08x", road, in.calType,
+                   bitsOf(got), bitsOf(want));
+    }
+}
+
 // Everything that only reads: the block must come out as it went in.
 void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     uint8_t before[512];
@@ -336,6 +371,12 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     if (real != nullptr) {
         const float direct = real(in.gray, block, in.emissivity, in.distance);
         FUZZ_CHECK(bitsOf(direct) == bitsOf(viaEntry), "the per-pixel pointer and entry differ");
+        checkStoredPlan(
+            in, kalviro::processState(kalviro::listIndex(in.calType)), block,
+            [&](const TempFrameInfo* b, float e, float d) {
+                return real(in.gray, const_cast<TempFrameInfo*>(b), e, d);
+            },
+            "the per-pixel pointer");
     } else {
         FUZZ_CHECK(bitsOf(viaEntry) == 0, "an unknown CalType converted");
     }
@@ -401,12 +442,31 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
                "kalviro_convert_frame_threads refused a frame");
     FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                "whole frame on two threads differs from one");
+    // A sequence on the kept table: the second half as a frame, then the
+    // whole again; the table keeps what the plan built and adds the rest.
+    const size_t half = in.count / 2;
+    kalviro_convert_frame(real, block, in.pixels + half, in.count - half, in.emissivity, in.distance, gOut,
+                          &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel + half, gOut, (in.count - half) * sizeof *gOut) == 0,
+               "half a frame on the kept table differs from the per-pixel call");
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "a frame after half of it differs from the per-pixel call");
     gCalls = 0;
     kalviro_convert_frame(counted, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
     FUZZ_CHECK(gCalls == hi - lo + 1, "%u conversions for the span %u to %u", gCalls, lo, hi);
     FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                "whole frame through a plain function differs from the per-pixel call");
     checkUnchanged(before, raw, "kalviro_convert_frame through a plain function", in.calType);
+    // The plain function's entries are no plan's: the next frame rebuilds,
+    // and a fresh table gives the same.
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame after a plain function's differs from the per-pixel call");
+    std::memset(gFresh.kept, 0, sizeof gFresh.kept);
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gFresh);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame on a fresh table differs from the per-pixel call");
 }
 
 // The inverse search over the per-frame function reruns it every time.
@@ -436,7 +496,9 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     checkWrites(in.calType, before, raw, "Camera::init");
     std::memcpy(before, raw, 512);
 
-    cam.real(in.gray, block, in.emissivity, in.distance);
+    checkStoredPlan(
+        in, kalviro::CameraAccess::state(cam), block,
+        [&](const TempFrameInfo* b, float e, float d) { return cam.real(in.gray, b, e, d); }, "Camera::real");
     cam.getIT(block);
     TempPara para;
     cam.getTempPara(block, &para);
@@ -469,6 +531,10 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
         loaded.realFrame(in.pixels, in.count, block, in.emissivity, in.distance, gOut, gTable);
         FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                    "a Camera of loaded statics converts otherwise than the one saved");
+        checkStoredPlan(
+            in, kalviro::CameraAccess::state(kept), block,
+            [&](const TempFrameInfo* b, float e, float d) { return kept.real(in.gray, b, e, d); },
+            "a kept Camera's real");
         kalviro::Camera keptCopy = kept;
         TempFrameInfo viaKept, viaLoaded;
         std::memcpy(&viaKept, raw, sizeof viaKept);

@@ -103,6 +103,10 @@ public:
     static constexpr std::size_t kStateSize = 512;
     static constexpr std::size_t kStateAlign = 8;
 
+    // Room for the per-pixel plan the last init() left, which real() uses
+    // while its block words, emissivity and distance are those init() had.
+    static constexpr std::size_t kPlanSize = 2048;
+
     // The statics as kStateSize bytes, to keep a camera or carry it to
     // another process (a copy of the object holds addresses of this one).
     // Loaded into a camera of the same CalType, on a library whose
@@ -118,6 +122,7 @@ private:
     int32_t calType_;
     const void* module_;
     alignas(kStateAlign) unsigned char state_[kStateSize];
+    alignas(kStateAlign) unsigned char plan_[kPlanSize];
 };
 
 }  // namespace kalviro

@@ -4,6 +4,7 @@
 
 #include "api/frame.hpp"
 #include "api/module.hpp"
+#include "api/stored_plan.hpp"
 #include "core/get_it.hpp"
 #include "kalviro.hpp"
 
@@ -12,6 +13,9 @@ namespace kalviro {
 static_assert(sizeof(CalState) <= Camera::kStateSize, "the statics outgrow the camera's room");
 static_assert(alignof(CalState) <= Camera::kStateAlign, "the statics need more alignment");
 static_assert(std::is_trivially_copyable<CalState>::value, "a camera is copied byte for byte");
+static_assert(sizeof(StoredPlan) <= Camera::kPlanSize, "the stored plan outgrows the camera's room");
+static_assert(alignof(StoredPlan) <= Camera::kStateAlign, "the stored plan needs more alignment");
+static_assert(std::is_trivially_copyable<StoredPlan>::value, "a camera is copied byte for byte");
 
 CalState& CameraAccess::state(Camera& cam) { return *std::launder(reinterpret_cast<CalState*>(cam.state_)); }
 
@@ -19,26 +23,42 @@ const CalState& CameraAccess::state(const Camera& cam) {
     return *std::launder(reinterpret_cast<const CalState*>(cam.state_));
 }
 
+StoredPlan& CameraAccess::plan(Camera& cam) {
+    return *std::launder(reinterpret_cast<StoredPlan*>(cam.plan_));
+}
+
+const StoredPlan& CameraAccess::plan(const Camera& cam) {
+    return *std::launder(reinterpret_cast<const StoredPlan*>(cam.plan_));
+}
+
 const Module* CameraAccess::module(const Camera& cam) { return static_cast<const Module*>(cam.module_); }
 
-Camera::Camera(int32_t calType) noexcept : calType_(calType), module_(findModule(calType)), state_{} {
+Camera::Camera(int32_t calType) noexcept
+    : calType_(calType), module_(findModule(calType)), state_{}, plan_{} {
     new (state_) CalState(initialState(calType));
+    dropPlan(*new (plan_) StoredPlan);
 }
 
 float Camera::init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) noexcept {
     const Module* m = CameraAccess::module(*this);
-    return m ? convertInit(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
+    return m ? convertInit(*m, CameraAccess::state(*this), CameraAccess::plan(*this), block, gray, emissivity,
+                           distance)
+             : 0.0f;
 }
 
 float Camera::real(int32_t gray, const TempFrameInfo* block, float emissivity,
                    float distance) const noexcept {
     const Module* m = CameraAccess::module(*this);
-    return m ? convertReal(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
+    return m ? convertReal(*m, CameraAccess::state(*this), CameraAccess::plan(*this), block, gray, emissivity,
+                           distance)
+             : 0.0f;
 }
 
 float Camera::once(int32_t gray, TempFrameInfo* block, float emissivity, float distance) noexcept {
     const Module* m = CameraAccess::module(*this);
-    return m ? convertOnce(*m, CameraAccess::state(*this), block, gray, emissivity, distance) : 0.0f;
+    return m ? convertOnce(*m, CameraAccess::state(*this), CameraAccess::plan(*this), block, gray, emissivity,
+                           distance)
+             : 0.0f;
 }
 
 double Camera::getIT(const TempFrameInfo* block) const noexcept {
@@ -77,7 +97,11 @@ static_assert(Camera::kStateSize == KALVIRO_CAMERA_STATE_SIZE, "the saved state 
 void Camera::saveState(unsigned char* out) const noexcept { std::memcpy(out, state_, kStateSize); }
 
 // CalState is trivially copyable: its bytes may be written over it.
-void Camera::loadState(const unsigned char* in) noexcept { std::memcpy(state_, in, kStateSize); }
+// The plan was built from the statics replaced.
+void Camera::loadState(const unsigned char* in) noexcept {
+    std::memcpy(state_, in, kStateSize);
+    dropPlan(CameraAccess::plan(*this));
+}
 
 const char* Camera::stateLayout() noexcept {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__

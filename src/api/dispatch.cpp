@@ -1,12 +1,14 @@
 // The one dispatch: a CalType's family decides which engine runs its
 // per-frame stage, its per-pixel stage and its result form.
 #include <array>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
 #include "api/frame.hpp"
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
+#include "api/stored_plan.hpp"
 #include "api/temp2gray.hpp"
 #include "core/get_it.hpp"
 #include "direct/pixel.hpp"
@@ -23,7 +25,7 @@ constexpr Module makeModule(const CalTypeInfo& c) {
         case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
         case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
         case Family::Ladder:
-        case Family::Ladder4: m.ladder = ladder::memberFor(c.calType); break;
+        case Family::Ladder4: m.ladder = ladder::recipeFor(c.calType); break;
     }
     return m;
 }
@@ -40,7 +42,7 @@ constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_C
 constexpr bool rowMatchesFamily(int32_t nn, Family f) {
     return (f == Family::Direct) == direct::hasRecipe(nn) &&
            (f == Family::Direct4) == direct::hasFourRange(nn) &&
-           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasMember(nn) &&
+           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasRecipe(nn) &&
            (f == Family::Ladder4) == ladder::runsFourRange(nn);
 }
 #define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family) \
@@ -61,6 +63,9 @@ CalState gStates[] = {
 #undef KALVIRO_STATE
 };
 
+// The plans the per-frame calls of the C entries leave, beside their statics.
+StoredPlan gPlans[std::size(gStates)];
+
 }  // namespace
 
 const Module& moduleAt(int index) { return kModules[static_cast<size_t>(index)]; }
@@ -73,10 +78,16 @@ const Module* findModule(int32_t calType) {
 
 CalState& processState(int index) { return gStates[index]; }
 
-float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance) {
-    if (block == nullptr) return 0.0f;
-    uint8_t* b = bytes(block);
+StoredPlan& processPlan(int index) { return gPlans[index]; }
+
+void resetProcessState(int index) {
+    gStates[index] = initialState(kCalTypes[index].calType);
+    dropPlan(gPlans[index]);
+}
+
+namespace {
+
+float frameStage(const Module& m, CalState& st, uint8_t* b, int32_t gray, float emissivity, float distance) {
     switch (m.family) {
         case Family::Direct: return direct::frameDegrees(*m.direct, st, b, gray, emissivity, distance);
         case Family::Direct4: return direct::frameDegrees(*m.direct4, st, b, gray, emissivity, distance);
@@ -84,6 +95,16 @@ float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t g
         case Family::Ladder4: return ladder::frameDegrees(*m.ladder, st, b, gray, emissivity, distance);
     }
     return 0.0f;
+}
+
+}  // namespace
+
+float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    const float t = frameStage(m, st, bytes(block), gray, emissivity, distance);
+    storePlan(m, st, sp, bytes(block), emissivity, distance);
+    return t;
 }
 
 // The family's per-pixel plan for the frame, handed to `use`; the kernel of
@@ -105,18 +126,46 @@ auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emiss
     return run(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance, many));
 }
 
-float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
-                  float emissivity, float distance) {
+namespace {
+
+direct::PixelPlan& storedAs(StoredPlan& sp, const direct::PixelPlan&) { return sp.direct; }
+ladder::PixelPlan& storedAs(StoredPlan& sp, const ladder::PixelPlan&) { return sp.ladder; }
+
+}  // namespace
+
+float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
+                       float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
     return withPlan(m, st, bytes(block), emissivity, distance, false,
                     [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
-float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance) {
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
+               float distance) {
+    withPlan(m, st, block, emissivity, distance, false, [&](const auto& plan) { storedAs(sp, plan) = plan; });
+    withPlanWords(m.family, [&](const auto& offsets) {
+        size_t i = 0;
+        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
+    });
+    sp.emissivity = floatBits(emissivity);
+    sp.distance = floatBits(distance);
+    sp.from = &st;
+}
+
+float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
+                  int32_t gray, float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
-    convertInit(m, st, block, gray, emissivity, distance);
-    return convertReal(m, st, block, gray, emissivity, distance);
+    if (!planHolds(m, st, sp, bytes(block), emissivity, distance))
+        return convertRealFresh(m, st, block, gray, emissivity, distance);
+    return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
+                                                                     : ladder::pixelDegrees(sp.ladder, gray);
+}
+
+float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    convertInit(m, st, sp, block, gray, emissivity, distance);
+    return convertReal(m, st, sp, block, gray, emissivity, distance);
 }
 
 namespace {
@@ -145,13 +194,49 @@ void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block,
              [&](const auto& plan) { buildWith(set, plan, first, count, out); });
 }
 
+namespace {
+
+// All that a table built through a plan depends on: the plan's bytes, the
+// rows it points at by value (a camera's copy holds them elsewhere), and the
+// lanes, so that a switch of sets builds afresh. Plans point at nothing else
+// that changes.
+template <typename Plan>
+struct TableKey {
+    const LaneBuilders* set;
+    Plan plan;
+    TempSegment rows[std::extent<decltype(CalState::tempdata)>::value];
+};
+
+template <typename Plan>
+void fillKey(TableKey<Plan>& k, const Plan& plan, const CalState& st) {
+    static_assert(std::is_trivially_copyable<Plan>::value, "a plan is compared byte for byte");
+    std::memset(&k, 0, sizeof k);  // the padding too
+    k.set = &laneBuilders();
+    std::memcpy(&k.plan, &plan, sizeof plan);
+    k.plan.rows = nullptr;
+    // A plan's padding holds whatever its builders' temporaries left there:
+    // equal plans would otherwise differ, and every frame would rebuild.
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_clear_padding)
+    __builtin_clear_padding(&k.plan);
+#endif
+#endif
+    std::memcpy(k.rows, st.tempdata, sizeof k.rows);
+}
+
+}  // namespace
+
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
                   int32_t threads) {
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
         using Plan = std::decay_t<decltype(plan)>;
-        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan}, pixels, count, out, table, threads);
+        static_assert(sizeof(TableKey<Plan>) <= kKeyRoom, "the table has no room for the key");
+        TableKey<Plan> key;
+        fillKey(key, plan, st);
+        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan, &key, sizeof key}, pixels, count, out, table,
+                     threads);
     });
 }
 

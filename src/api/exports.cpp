@@ -1,5 +1,6 @@
 // The per-CalType exports and kalviro_table, generated from the one list.
 #include "api/module.hpp"
+#include "api/stored_plan.hpp"
 #include "core/get_it.hpp"
 #include "direct/recipes.hpp"
 #include "kalviro.h"
@@ -12,16 +13,16 @@ struct Exported {
     static_assert(index >= 0, "CalType not in the list");
 
     static float init(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
-        return kalviro::convertInit(kalviro::moduleAt(index), kalviro::processState(index), block, gray,
-                                    emissivity, distance);
+        return kalviro::convertInit(kalviro::moduleAt(index), kalviro::processState(index),
+                                    kalviro::processPlan(index), block, gray, emissivity, distance);
     }
     static float real(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
-        return kalviro::convertReal(kalviro::moduleAt(index), kalviro::processState(index), block, gray,
-                                    emissivity, distance);
+        return kalviro::convertReal(kalviro::moduleAt(index), kalviro::processState(index),
+                                    kalviro::processPlan(index), block, gray, emissivity, distance);
     }
     static float once(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
-        return kalviro::convertOnce(kalviro::moduleAt(index), kalviro::processState(index), block, gray,
-                                    emissivity, distance);
+        return kalviro::convertOnce(kalviro::moduleAt(index), kalviro::processState(index),
+                                    kalviro::processPlan(index), block, gray, emissivity, distance);
     }
     static void tempPara(TempFrameInfo* block, TempPara* para) {
         if (block == nullptr || para == nullptr) return;
@@ -79,6 +80,8 @@ template <int32_t NN>
 int32_t oldEarly(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
+    // The stage writes the statics without storing a plan for them.
+    kalviro::dropPlan(kalviro::processPlan(index));
     return kalviro::direct::early12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
                                     kalviro::bytes(block), gray, emissivity, distance);
 }

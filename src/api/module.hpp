@@ -17,7 +17,7 @@ struct Recipe;
 struct FourRange;
 }  // namespace direct
 namespace ladder {
-struct Member;
+struct Recipe;
 }
 
 struct Module {
@@ -27,7 +27,7 @@ struct Module {
     // The family's row; only the one of the module's family is set.
     const direct::Recipe* direct;      // Family::Direct
     const direct::FourRange* direct4;  // Family::Direct4
-    const ladder::Member* ladder;      // Family::Ladder, Family::Ladder4
+    const ladder::Recipe* ladder;      // Family::Ladder, Family::Ladder4
 };
 
 // Position of a CalType in the one list, or -1: where its module, its
@@ -45,17 +45,23 @@ constexpr int listIndex(int32_t calType) {
 const Module* findModule(int32_t calType);
 const Module& moduleAt(int index);
 
-// The statics behind the C entries, one set per CalType.
+// The statics behind the C entries, one set per CalType, and the per-pixel
+// plan each per-frame call leaves beside them (stored_plan.hpp).
+struct StoredPlan;
 CalState& processState(int index);
+StoredPlan& processPlan(int index);
+// The statics as loaded, and no plan: a test's fresh start.
+void resetProcessState(int index);
 
 // The three conversion entries, in degrees, each family with its own result
-// form. A null block gives 0.0.
-float convertInit(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance);
-float convertReal(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
+// form. A null block gives 0.0. The per-frame call stores its plan in sp;
+// the per-pixel call uses it where it holds.
+float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
                   float emissivity, float distance);
-float convertOnce(const Module& m, CalState& st, TempFrameInfo* block, int32_t gray, float emissivity,
-                  float distance);
+float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
+                  int32_t gray, float emissivity, float distance);
+float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance);
 
 // The per-pixel call on a whole frame: the family's plan once, then its
 // kernel for each gray value of the frame's span, on up to `threads`
@@ -84,6 +90,8 @@ inline uint8_t* bytes(TempFrameInfo* block) { return reinterpret_cast<uint8_t*>(
 struct CameraAccess {
     static CalState& state(Camera& cam);
     static const CalState& state(const Camera& cam);
+    static StoredPlan& plan(Camera& cam);
+    static const StoredPlan& plan(const Camera& cam);
     static const Module* module(const Camera& cam);
 };
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "core/block.hpp"
 #include "core/final_scaling.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
@@ -42,6 +43,19 @@ struct PixelPlan {
     int32_t range;
     double distanceM;
     float window;
+};
+
+// Every block word pixelPlan reads, for a Recipe and for a FourRange: a plan
+// built from one block holds for another whose words here are equal.
+inline constexpr uint32_t kPlanWords[] = {
+    field::grayRef.offset,  field::grayBias.offset, field::tempRange.offset,  field::humidity.offset,
+    field::distance.offset, field::tempGain.offset, field::tempOffset.offset, field::windowTransLong.offset,
+};
+inline constexpr uint32_t kPlanWords4[] = {
+    field::grayRef.offset,     field::grayBias.offset,     field::tempRange.offset,
+    field::humidity.offset,    field::distance.offset,     field::tempGain.offset,
+    field::tempOffset.offset,  field::shutterDrift.offset, field::windowTrans.offset,
+    field::warmDiffLow.offset,
 };
 
 PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,

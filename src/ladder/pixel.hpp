@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "core/block.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 #include "ladder/emiss_ladder.hpp"
@@ -62,9 +63,26 @@ struct PixelPlan {
     const TrimRow* trimRow;  // null: no trim
 };
 
+// Every block word pixelPlan reads, of every member: a plan built from one
+// block holds for another whose words here are equal.
+inline constexpr uint32_t kPlanWords[] = {
+    field::grayCurve(0).offset,    field::grayCurve(2).offset,
+    field::grayCurve(4).offset,    field::grayCurve(5).offset,
+    field::grayCurve(7).offset,    field::grayCurve(11).offset,
+    field::warmDiffLow.offset,     field::tempBinGain(0).offset,
+    field::tempBinGain(4).offset,  field::driftGain.offset,
+    field::tempRange.offset,       field::lensType.offset,
+    field::tempCH1.offset,         field::tempCH5.offset,
+    field::distance.offset,        field::shutterDrift.offset,
+    field::tempGain.offset,        field::humidity.offset,
+    field::tempOffset.offset,      field::grayBias.offset,
+    field::grayRef.offset,         field::windowTrans.offset,
+    field::windowTransLong.offset, field::auxGate.offset,  // windowTransLong is envTemp's word
+};
+
 // A plan for many gray values (eager) evaluates the ladder's polynomial of
 // every bin once; one for a single gray value evaluates the one it needs.
-PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
+PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
                     float distance, bool eager);
 
 // The per-pixel result in degrees: hundredths divided by 100 in single
@@ -86,7 +104,7 @@ int32_t windowTableSelf(float V, float T, float W);
 
 // The per-frame result of the frame's raw temperature in hundredths
 // (frame_result.cpp); 61 and 62 take the atmosphere from the block.
-int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
-int32_t frameResultFourRange(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
+int32_t frameResult(const Recipe& r, float rawTemp, const uint8_t* block, float emissivity);
+int32_t frameResultFourRange(const Recipe& r, float rawTemp, const uint8_t* block, float emissivity);
 
 }  // namespace kalviro::ladder

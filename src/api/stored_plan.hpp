@@ -1,0 +1,85 @@
+// The per-pixel plan that a per-frame call leaves beside its statics, so that
+// the per-pixel calls of the frame run the kernel alone. A plan is a function
+// of the statics, the block words its family reads, the emissivity and the
+// distance: a per-pixel call whose block words, emissivity and distance are
+// those the plan was built from, on the statics it was built from, gets the
+// plan a fresh build would give; any other call builds its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "api/module.hpp"
+#include "direct/pixel.hpp"
+#include "ladder/pixel.hpp"
+
+namespace kalviro {
+
+// Room for the largest family's list of block words.
+inline constexpr size_t kMaxPlanWords = 32;
+
+struct StoredPlan {
+    // The statics the plan was built from; null: no plan. A byte-wise copy
+    // of a camera keeps the address of the original's and so falls back.
+    const CalState* from;
+    uint32_t emissivity, distance;  // the bits of the arguments
+    uint32_t words[kMaxPlanWords];  // the block words of the family's list, as the plan read them
+    union {
+        direct::PixelPlan direct;  // Family::Direct, Family::Direct4
+        ladder::PixelPlan ladder;  // Family::Ladder, Family::Ladder4
+    };
+};
+
+// The plan of the statics just written by a per-frame call on this block.
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
+               float distance);
+
+// Whether the block's words of the list are those saved.
+template <size_t N>
+inline bool sameWords(const uint8_t* block, const uint32_t (&offsets)[N], const uint32_t* saved) {
+    static_assert(N <= kMaxPlanWords, "a family's list outgrows the stored plan");
+    uint32_t diff = 0;
+    for (size_t i = 0; i < N; ++i) {
+        uint32_t w;
+        std::memcpy(&w, block + offsets[i], sizeof w);
+        diff |= w ^ saved[i];
+    }
+    return diff == 0;
+}
+
+// The family's list of the block words its plan reads, handed to `use`.
+template <typename Use>
+inline auto withPlanWords(Family family, Use&& use) {
+    switch (family) {
+        case Family::Direct: return use(direct::kPlanWords);
+        case Family::Direct4: return use(direct::kPlanWords4);
+        case Family::Ladder:
+        case Family::Ladder4: break;
+    }
+    return use(ladder::kPlanWords);
+}
+
+inline uint32_t floatBits(float f) {
+    uint32_t u;
+    std::memcpy(&u, &f, sizeof u);
+    return u;
+}
+
+// Whether the stored plan is the one this per-pixel call would build.
+inline bool planHolds(const Module& m, const CalState& st, const StoredPlan& sp, const uint8_t* block,
+                      float emissivity, float distance) {
+    if (sp.from != &st || sp.emissivity != floatBits(emissivity) || sp.distance != floatBits(distance))
+        return false;
+    return withPlanWords(m.family, [&](const auto& offsets) { return sameWords(block, offsets, sp.words); });
+}
+
+// No plan: for whoever writes statics outside the per-frame call.
+inline void dropPlan(StoredPlan& sp) { sp.from = nullptr; }
+
+// A plan built for this call alone, as every per-pixel call did before plans
+// were stored: what the stored plan must equal, bit for bit.
+float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
+                       float emissivity, float distance);
+
+}  // namespace kalviro
