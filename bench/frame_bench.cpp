@@ -2,23 +2,33 @@
 // those of bench/ratios.py's table):
 //   per_pixel  (a) the pointer from KALVIRO_Gray2Temp_Real_GET on every pixel
 //   convert    (b) kalviro_convert_frame, one thread
+//   kept       (k) the same on a table kept from frame to frame: the frame
+//              again with the same plan, as in a recording that holds still
 //   threads2   (c) kalviro_convert_frame_threads on two threads
 //   paced2ms_threads1, paced2ms_threads2: the same on one and two threads
 //              with 2 ms between frames, as a camera sends them (first
 //              CalType only)
 //   memcpy     (d) copying the frame's floats, once per frame size
+//   recording  a synthetic recording of the room (kalviro synth --scene room,
+//              the camera warming as synth makes it) through Camera::realFrame
+//              on one table kept from frame to frame, per frame; beside it the
+//              same frames on a table that keeps nothing (first CalType only)
 //   init       (e) one per-frame call, KALVIRO_Gray2Temp_Init
 //   kernel     (f) kalviro_convert_frame on each of the 65536 gray values once
-// on the frames of bench_frames.hpp, named measure/CalType/scene.
+// on the frames of bench_frames.hpp, named measure/CalType/scene. Except in
+// the recording, every frame converts as one of a new plan: the table
+// forgets what it holds, so that the time includes building it.
 //
 //   kalviro_frame_bench [--caltypes=21,81] [--scenes=room,full]
-//                       [--per-pixel-iterations=N] [benchmark flags]
+//                       [--per-pixel-iterations=N] [--recording-frames=N]
+//                       [benchmark flags]
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -32,6 +42,7 @@
 #include "bench_frames.hpp"
 #include "kalviro.h"
 #include "synth_block.hpp"
+#include "synthesizer.hpp"
 
 namespace {
 
@@ -45,7 +56,18 @@ struct Options {
     std::vector<CalTypeInfo> calTypes;
     std::vector<BenchScene> scenes;
     int64_t perPixelIterations = 3;  // a 640x512 frame takes 25 to 50 ms this way
+    int64_t recordingFrames = 1000;  // synth makes about 15 a second
 };
+
+// A table that keeps nothing: the next frame builds all of its span.
+void forget(KalviroFrameTable& table) { std::memset(table.kept, 0, sizeof table.kept); }
+
+// The calling thread's processor time, in seconds.
+double threadSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+}
 
 // The benchmarks run CalType by CalType: only the current one's frames are kept.
 const BenchFrame& frameOf(const CalTypeInfo& calType, const BenchScene& scene) {
@@ -106,13 +128,14 @@ void perPixel(benchmark::State& state, const CalTypeInfo& calType, const BenchSc
 
 // threads 1 is kalviro_convert_frame itself, not the threaded entry asked for one.
 void convertFrame(benchmark::State& state, const CalTypeInfo& calType, const BenchFrame& frame,
-                  const std::string& size, int32_t threads) {
+                  const std::string& size, int32_t threads, bool keep = false) {
     Converter conv(calType);
     std::vector<float> out(frame.pixels.size());
     auto table = std::make_unique<KalviroFrameTable>();
     const uint16_t* pixels = frame.pixels.data();
     const uint64_t count = frame.pixels.size();
     for (auto _ : state) {
+        if (!keep) forget(*table);
         const int32_t rc =
             threads == 1 ? kalviro_convert_frame(conv.real, conv.info(), pixels, count, kEmissivity, 0.0f,
                                                  out.data(), table.get())
@@ -139,6 +162,7 @@ void convertPaced(benchmark::State& state, const CalTypeInfo& calType, const Ben
     auto table = std::make_unique<KalviroFrameTable>();
     for (auto _ : state) {
         std::this_thread::sleep_for(std::chrono::microseconds(pauseUs));
+        forget(*table);
         const auto start = std::chrono::steady_clock::now();
         kalviro_convert_frame_threads(conv.real, conv.info(), frame->pixels.data(), frame->pixels.size(),
                                       kEmissivity, 0.0f, out.data(), table.get(), threads);
@@ -150,10 +174,68 @@ void convertPaced(benchmark::State& state, const CalTypeInfo& calType, const Ben
     describe(state, *frame, scene.size.text());
 }
 
+// Each frame made by synth (not timed), then its per-frame call (not timed)
+// and Camera::realFrame on the kept table (timed), then on a table that
+// keeps nothing (timed apart). One pass over the recording per iteration.
+void recording(benchmark::State& state, const CalTypeInfo& calType, int64_t frames) {
+    const kalviro::cli::FrameSize size{640, 512};
+    const size_t count = size.pixels();
+    auto kept = std::make_unique<KalviroFrameTable>();
+    auto fresh = std::make_unique<KalviroFrameTable>();
+    std::vector<uint8_t> raw;
+    std::vector<float> truth, out(count), from(count, 21.5f), to(count);
+    std::vector<uint16_t> pixels(count);
+    double keptReal = 0, keptCpu = 0, freshReal = 0, copyCpu = 0;
+    for (auto _ : state) {
+        kalviro::cli::Synthesizer synth(calType, size, static_cast<uint64_t>(frames),
+                                        kalviro::cli::Scene::Room, kEmissivity);
+        kalviro::Camera camera(calType.calType);
+        double pass = 0;
+        for (int64_t f = 0; f < frames; ++f) {
+            synth.next(raw, truth);
+            for (size_t i = 0; i < count; ++i)
+                pixels[i] = static_cast<uint16_t>(raw[2 * i] | raw[2 * i + 1] << 8);
+            auto* block = reinterpret_cast<TempFrameInfo*>(raw.data() + 2 * count);
+            camera.init(pixels[count / 2 + static_cast<size_t>(size.width) / 2], block, kEmissivity, 0.0f);
+            const double cpu0 = threadSeconds();
+            const auto t0 = std::chrono::steady_clock::now();
+            camera.realFrame(pixels.data(), count, block, kEmissivity, 0.0f, out.data(), *kept);
+            const auto t1 = std::chrono::steady_clock::now();
+            keptCpu += threadSeconds() - cpu0;
+            benchmark::DoNotOptimize(out.data());
+            benchmark::ClobberMemory();
+            forget(*fresh);
+            const auto t2 = std::chrono::steady_clock::now();
+            camera.realFrame(pixels.data(), count, block, kEmissivity, 0.0f, out.data(), *fresh);
+            const auto t3 = std::chrono::steady_clock::now();
+            benchmark::DoNotOptimize(out.data());
+            benchmark::ClobberMemory();
+            // The memcpy of the output as the frame finds the caches: after synth.
+            const double cpu1 = threadSeconds();
+            std::memcpy(to.data(), from.data(), count * sizeof(float));
+            benchmark::DoNotOptimize(to.data());
+            benchmark::ClobberMemory();
+            copyCpu += threadSeconds() - cpu1;
+            pass += std::chrono::duration<double>(t1 - t0).count();
+            freshReal += std::chrono::duration<double>(t3 - t2).count();
+        }
+        keptReal += pass;
+        state.SetIterationTime(pass / static_cast<double>(frames));
+    }
+    const double n = static_cast<double>(state.iterations() * frames);
+    state.counters["pixels"] = static_cast<double>(count);
+    state.counters["frames"] = static_cast<double>(frames);
+    state.counters["kept_us"] = keptReal / n * 1e6;
+    state.counters["kept_cpu_us"] = keptCpu / n * 1e6;
+    state.counters["fresh_us"] = freshReal / n * 1e6;
+    state.counters["copy_cpu_us"] = copyCpu / n * 1e6;
+    state.SetLabel(size.text() + ", " + std::to_string(frames) + " frames, time per frame");
+}
+
 void convertScene(benchmark::State& state, const CalTypeInfo& calType, const BenchScene& scene,
-                  int32_t threads) {
+                  int32_t threads, bool keep) {
     const BenchFrame* frame = frameOrSkip(state, calType, scene);
-    if (frame != nullptr) convertFrame(state, calType, *frame, scene.size.text(), threads);
+    if (frame != nullptr) convertFrame(state, calType, *frame, scene.size.text(), threads, keep);
 }
 
 // Per gray value: the frame is the whole scale once, so building the table
@@ -195,6 +277,14 @@ void registerAll(const Options& o) {
             ->UseRealTime()
             ->Unit(benchmark::kMicrosecond);
     }
+    if (o.recordingFrames > 0 && !o.calTypes.empty()) {
+        const CalTypeInfo& c = o.calTypes.front();
+        benchmark::RegisterBenchmark(("recording/" + std::to_string(c.calType) + "/room").c_str(), recording,
+                                     c, o.recordingFrames)
+            ->Iterations(1)
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
+    }
     for (const CalTypeInfo& c : o.calTypes) {
         const std::string nn = std::to_string(c.calType);
         benchmark::RegisterBenchmark(("init/" + nn).c_str(), perFrameCall, c);
@@ -209,10 +299,13 @@ void registerAll(const Options& o) {
                     ->UseRealTime()
                     ->Unit(benchmark::kMillisecond);
             }
-            benchmark::RegisterBenchmark(("convert" + tail).c_str(), convertScene, c, s, 1)
+            benchmark::RegisterBenchmark(("convert" + tail).c_str(), convertScene, c, s, 1, false)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);
-            benchmark::RegisterBenchmark(("threads2" + tail).c_str(), convertScene, c, s, 2)
+            benchmark::RegisterBenchmark(("kept" + tail).c_str(), convertScene, c, s, 1, true)
+                ->UseRealTime()
+                ->Unit(benchmark::kMicrosecond);
+            benchmark::RegisterBenchmark(("threads2" + tail).c_str(), convertScene, c, s, 2, false)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);
             // Threads at a camera's pace, for the first CalType asked for.
@@ -275,6 +368,7 @@ void printUsage() {
     std::cout << "kalviro_frame_bench [--caltypes=21,81 (all of the list)] [--scenes=" << sceneNames()
               << "]\n"
                  "                    [--per-pixel-iterations=N (3; 0 leaves per_pixel out)]\n"
+                 "                    [--recording-frames=N (1000; 0 leaves the recording out)]\n"
                  "                    [benchmark flags, below]\n\n";
 }
 
@@ -296,6 +390,8 @@ bool parseOptions(int& argc, char** argv, Options& o) {
             ok = parseScenes(*scenes, o);
         } else if (const auto count = value("--per-pixel-iterations=")) {
             ok = parseCount(*count, o.perPixelIterations);
+        } else if (const auto frames = value("--recording-frames=")) {
+            ok = parseCount(*frames, o.recordingFrames);
         } else {
             argv[kept++] = argv[i];
             continue;

@@ -11,7 +11,14 @@ CalType and scene:
     a ns the same in ns a pixel; a cpu, in processor ns a pixel (on a busy
          machine the thread's own time)
     b/c  what the second thread gains
-and per CalType the whole-frame conversion per gray value of the full scale
+    k/d  kalviro_convert_frame on a kept table, the same frame again, over the
+         memcpy; k cpu/b cpu, its processor time over b's
+and for the first CalType a synthetic recording (1,000 frames of the room
+as kalviro synth makes it, the camera warming) through Camera::realFrame
+on one table kept from frame to frame, per frame over the memcpy (rec b/d;
+rec cpu/d in processor time; rec fresh/d the same frames on a table that
+keeps nothing), and two threads over one with 2 ms between frames (paced
+2/1); and per CalType the whole-frame conversion per gray value of the full scale
 (ns) and the per-frame call (us); then which CalTypes miss each goal.
 
     bench/ratios.py [--binary PROGRAM] [--save FILE] [-- PROGRAM FLAGS...]
@@ -43,6 +50,9 @@ GOALS = [
     Goal("c at least 1.7x faster than b on the full range", "full b/c", lambda v: v >= 1.7, False),
     Goal("f under 6 ns per value where AVX2 is present", "f", lambda v: v < 6.0, True),
     Goal("a at most 15 ns a pixel on the room, 640x512", "room a ns", lambda v: v <= 15.0, False),
+    Goal("a recording through Camera::realFrame within 4x d a frame", "rec b/d", lambda v: v <= 4.0, False),
+    Goal("two threads 2 ms apart at most 1.25x one thread", "paced 2/1", lambda v: v <= 1.25, False),
+    Goal("two threads back to back at least 1.6x faster than one", "room b/c", lambda v: v >= 1.6, False),
 ]
 
 
@@ -99,19 +109,24 @@ def gather(runs):
     for key, (ns, b) in runs.items():
         if key[0] == "memcpy":
             copy_ns[int(b["pixels"])] = ns
-    caltypes = sorted({int(k[1]) for k in runs if k[0] in ("convert", "init", "kernel", "per_pixel")})
+    kinds = ("convert", "init", "kernel", "per_pixel", "recording")
+    caltypes = sorted({int(k[1]) for k in runs if k[0] in kinds})
     rows = {}
     for ct in caltypes:
         row = {}
         for scene in SCENES:
             b = runs.get(("convert", str(ct), scene))
             c = runs.get(("threads2", str(ct), scene))
+            k = runs.get(("kept", str(ct), scene))
             a = runs.get(("per_pixel", str(ct), scene))
             d = copy_ns.get(int(b[1]["pixels"])) if b else None
             if b and d:
                 row[scene + " b/d"] = b[0] / d
             if c and d:
                 row[scene + " c/d"] = c[0] / d
+            if k and d:
+                row[scene + " k/d"] = k[0] / d
+                row[scene + " k cpu/b cpu"] = k[1]["cpu_time"] / b[1]["cpu_time"] if b else None
             if a and d:
                 row[scene + " a/d"] = a[0] / d
             if a:
@@ -119,6 +134,18 @@ def gather(runs):
                 row[scene + " a cpu"] = a[1]["cpu_time"] * NS_PER_UNIT[a[1]["time_unit"]] / a[1]["pixels"]
             if b and c:
                 row[scene + " b/c"] = b[0] / c[0]
+        rec = runs.get(("recording", str(ct), "room"))
+        d = copy_ns.get(int(rec[1]["pixels"])) if rec else None
+        if rec and d:
+            row["rec b/d"] = rec[0] / d
+            row["rec cpu/d"] = rec[1]["kept_cpu_us"] * 1e3 / d
+            row["rec fresh/d"] = rec[1]["fresh_us"] * 1e3 / d
+            if rec[1].get("copy_cpu_us"):
+                row["rec cpu/copy"] = rec[1]["kept_cpu_us"] / rec[1]["copy_cpu_us"]
+        paced1 = runs.get(("paced2ms_threads1", str(ct), "room"))
+        paced2 = runs.get(("paced2ms_threads2", str(ct), "room"))
+        if paced1 and paced2:
+            row["paced 2/1"] = paced2[0] / paced1[0]
         kernel = runs.get(("kernel", str(ct)))
         init = runs.get(("init", str(ct)))
         row["f"] = kernel[0] / GRAYS if kernel else None
@@ -165,6 +192,11 @@ def print_header(ctx, runs, copy_ns):
     print(
         "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel "
         "(a ns: ns a pixel; a cpu: processor ns a pixel); "
+        "rec: a recording of 1,000 frames through Camera::realFrame on a kept table, per frame (rec fresh: "
+        "on a table that keeps nothing; rec cpu/copy: its processor time over that of a memcpy made in the same "
+        "loop, as the frame finds the caches); paced 2/1: two threads over one, 2 ms between frames; "
+        "b, c and f build their table anew for every frame; k: b on a kept table, the same frame again "
+        "(k cpu/b cpu: their processor times). "
         "f: kalviro_convert_frame on the 65536 gray values once, ns per value; e: the per-frame call, us. "
         "Bold: misses its goal.\n"
     )
@@ -172,7 +204,8 @@ def print_header(ctx, runs, copy_ns):
 
 def print_table(rows, ctx):
     scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
-    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "c/d", "a/d", "a ns", "a cpu", "b/c")] + ["f", "e"]
+    columns = [f"{s} {m}" for s in scenes for m in ("b/d", "k/d", "k cpu/b cpu", "c/d", "a/d", "a ns", "a cpu", "b/c")]
+    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "paced 2/1", "f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")

@@ -13,13 +13,16 @@
  * CalType. A kalviro_camera (below), or a kalviro::Camera in C++, has a set
  * of its own.
  *
- * Beside its statics a per-frame call leaves the per-pixel plan of its block,
- * emissivity and distance: a per-pixel call whose emissivity and distance
- * have the same bits, on a block whose fields that the plan reads are the
- * same, runs on that plan; any other builds one for itself. Either way the
- * result is the same, bit for bit. The plan is part of the statics for the
- * rule above: a per-frame call that overlaps a per-pixel call on the same
- * statics is a data race, and that per-pixel call's result is undefined.
+ * Beside its statics a per-frame call (_Init) leaves the per-pixel plan of
+ * its block, emissivity and distance, and that plan's results for the 8192
+ * gray values around its own gray (about 30 us once, for a frame of
+ * per-pixel calls; _Once leaves the plan alone). A per-pixel call whose
+ * emissivity and distance have the same bits, on a block whose fields that
+ * the plan reads are the same, runs on that plan; any other builds one for
+ * itself. Either way the result is the same, bit for bit. The plan is part
+ * of the statics for the rule above: a per-frame call that overlaps a
+ * per-pixel call on the same statics is a data race, and that per-pixel
+ * call's result is undefined (it may be a torn mix of two plans').
  *
  * Valid C99 and C++. */
 #ifndef KALVIRO_H
@@ -223,8 +226,9 @@ KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int3
  * found, every gray value between them is converted once into the table
  * (several at a time, on the widest vectors the processor has), and each
  * pixel then reads its entry. The results are those of calling fn on every
- * pixel, bit for bit. The table is the caller's (about 258 KiB, no
- * initialisation needed); nothing is allocated. It remembers which gray
+ * pixel, bit for bit. The table is the caller's (about 258 KiB; no
+ * initialisation needed, but zero memory that held a table before);
+ * nothing is allocated. It remembers which gray
  * values it holds and for which per-pixel plan: when a frame through a
  * CalType's own function has the plan of the table's previous frame (the
  * same statics, emissivity, distance and block fields that the conversion
@@ -286,7 +290,7 @@ KALVIRO_API void kalviro_camera_destroy(kalviro_camera *cam);
 /* The bytes and the alignment a camera needs: at most
  * KALVIRO_CAMERA_SIZE_MAX bytes, aligned to 8, on every host, for memory set
  * aside at compile time. */
-#define KALVIRO_CAMERA_SIZE_MAX 2576
+#define KALVIRO_CAMERA_SIZE_MAX 35344
 KALVIRO_API size_t kalviro_camera_size(void);
 KALVIRO_API size_t kalviro_camera_align(void);
 /* A camera in the caller's memory, for callers without a heap: returns

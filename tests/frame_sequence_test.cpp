@@ -70,7 +70,8 @@ TEST_P(FrameSequence, ReusedTableEqualsFreshTableAndPerPixelCall) {
     auto kept = std::make_unique<KalviroFrameTable>();
     int frames = 0;
     for (test::VectorFrame vf : vectorFrames()) {
-        if (vf.calType != calType) continue;
+        // Two of the CalType's frames: its statics after one, then after the next.
+        if (vf.calType != calType || frames == 2) continue;
         cam.init(vf.gray, vf.info(), vf.emissivity, vf.distance);
         for (const Step& s : kSteps) {
             const float e = s.otherEmissivity ? 0.5f : vf.emissivity;
@@ -109,8 +110,8 @@ TEST(FrameSequenceThreads, ExtendsTheTableOnTwoThreadsAsOnOne) {
         Camera cam(calType);
         cam.init(frame.gray, frame.info(), frame.emissivity, frame.distance);
         auto two = std::make_unique<KalviroFrameTable>();
-        for (const Step& s : {Step{8000, 9000, false}, Step{8500, 12000, false}, Step{2000, 8499, false},
-                              Step{2000, 8499, true}}) {
+        for (const Step& s : {Step{8000, 9000, false}, Step{8500, 12000, false}, Step{9000, 11000, false},
+                              Step{2000, 8499, false}, Step{2000, 8499, true}}) {
             const float e = s.otherEmissivity ? 0.7f : frame.emissivity;
             const auto px = spread(s.lo, s.hi, 640 * 512);
             std::vector<float> out(px.size()), one(px.size());

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "api/families.hpp"
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "core/block.hpp"
@@ -83,8 +84,9 @@ TEST(LongLayout, Gain121IsTakenWhole) {
                 cam.init(vf.gray, f.info(), e, vf.distance);
 
                 // The stages before the gain, then its formula in double.
-                const ladder::PixelPlan plan = ladder::pixelPlan(
-                    *CameraAccess::module(cam)->ladder, CameraAccess::state(cam), b, e, vf.distance, false);
+                const ladder::PixelPlan plan =
+                    ladder::pixelPlan(familyRow<ladder::Trait>(*CameraAccess::module(cam)),
+                                      CameraAccess::state(cam), b, e, vf.distance, false);
                 const float apparent = ladder::airApply(plan.air, 0.0f);
                 const float af = (apparent * 100.0f) / 100.0f;
                 const float g =

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -60,10 +61,17 @@ std::vector<Change> changes() {
     return list;
 }
 
-// Gray values across the scale and around the frame's own.
-std::vector<int32_t> grays(int32_t own) {
+// Gray values across the scale, around the frame's own and at the ends of
+// the table built ahead of it; with `dense`, also every 97th of the scale.
+std::vector<int32_t> grays(int32_t own, bool dense) {
     std::vector<int32_t> g = {0, 1, 700, 2500, 4000, 6000, 8191, 12000, 20000, 33000, 47000, 65535};
-    for (int32_t d : {-1, 0, 1}) g.push_back(own + d);
+    const int32_t first = firstAhead(own);
+    for (int32_t d : {-1, 0, 1}) {
+        g.push_back(own + d);
+        g.push_back(first + d);
+        g.push_back(first + kAheadGrays - 1 + d);
+    }
+    for (int32_t v = 0; dense && v < 65536; v += 97) g.push_back(v);
     return g;
 }
 
@@ -163,7 +171,7 @@ TEST_P(PerPixelPlan, EveryRoadGivesTheFreshPlansBitsAfterEveryChange) {
             for (const Change& change : all) {
                 Call call{vf.bytes, vf.emissivity, vf.distance};
                 change.apply(call);
-                for (const int32_t g : grays(vf.gray)) {
+                for (const int32_t g : grays(vf.gray, change.what == "nothing")) {
                     const float got = road.real(g, call);
                     const float want = road.fresh(g, call);
                     ASSERT_EQ(bitsOf(got), bitsOf(want)) << road.name << ", " << change.what << ", gray " << g
@@ -197,6 +205,42 @@ std::vector<int32_t> allCalTypes() {
 
 INSTANTIATE_TEST_SUITE_P(All, PerPixelPlan, testing::ValuesIn(allCalTypes()),
                          [](const testing::TestParamInfo<int32_t>& p) { return std::to_string(p.param); });
+
+// The per-frame call's gray value at the ends of the scale and past them:
+// the table ahead stays within the scale, and every gray value, inside it,
+// at its ends or past the scale, gives the fresh plan's bits.
+TEST(PerPixelPlanEdges, TheTableAheadOfAnyGrayGivesTheFreshPlansBits) {
+    const int32_t initGrays[] = {0,     3,         kAheadGrays / 2, 65535 - kAheadGrays / 2, 65535, -1,
+                                 65536, INT32_MIN, INT32_MAX};
+    for (const CalTypeInfo& c : kCalTypes) {
+        const VectorFrame* found = nullptr;
+        for (const VectorFrame& vf : test::vectorFrames()) {
+            if (vf.calType == c.calType) {
+                found = &vf;
+                break;
+            }
+        }
+        ASSERT_NE(found, nullptr) << c.calType;
+        const Module& m = moduleAt(listIndex(c.calType));
+        for (const int32_t initGray : initGrays) {
+            VectorFrame vf = *found;
+            Camera cam(c.calType);
+            cam.init(initGray, vf.info(), vf.emissivity, vf.distance);
+            const StoredPlan& sp = CameraAccess::plan(cam);
+            ASSERT_TRUE(sp.aheadFirst >= 0 && sp.aheadFirst + sp.aheadCount <= 65536) << initGray;
+            ASSERT_EQ(sp.aheadCount, kAheadGrays);
+            const int32_t first = sp.aheadFirst, last = first + kAheadGrays - 1;
+            for (const int32_t g : {first - 1, first, first + 1, last - 1, last, last + 1, 0, 65535, -1,
+                                    65536, INT32_MIN, INT32_MAX}) {
+                const float got = cam.real(g, vf.info(), vf.emissivity, vf.distance);
+                const float want =
+                    convertRealFresh(m, CameraAccess::state(cam), vf.info(), g, vf.emissivity, vf.distance);
+                ASSERT_EQ(bitsOf(got), bitsOf(want))
+                    << c.calType << ", per-frame gray " << initGray << ", gray " << g;
+            }
+        }
+    }
+}
 
 // Per-pixel calls from several threads at once on the statics of one
 // per-frame call, half on the stored plan and half building their own: each

@@ -52,17 +52,18 @@ void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
     }
 }
 
-void analyseShapes(const RunInfo& run, FrameResult& r) {
+void analyseShapes(const RunInfo& run, FrameResult& r, bool histograms) {
     const int32_t w = run.size.width;
     const float* t = r.temps.data();
-    r.histogram = histogramOf(t, nullptr, r.temps.size(), r.whole.min, r.whole.max, run.bins);
+    if (histograms) r.histogram = histogramOf(t, nullptr, r.temps.size(), r.whole.min, r.whole.max, run.bins);
     r.shapeStats.clear();
     r.histograms.clear();
     for (const Area& s : run.shapes) {
         const Stats st = areaStats(t, w, s);
         r.shapeStats.push_back(st);
-        r.histograms.push_back(
-            s.kind == AreaKind::Spot ? Histogram{} : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));
+        r.histograms.push_back(s.kind == AreaKind::Spot || !histograms
+                                   ? Histogram{}
+                                   : histogramOf(t, &s.pixels, 0, st.min, st.max, run.bins));
     }
 }
 

@@ -40,8 +40,8 @@ void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
                        const std::vector<EmissivityFrame>& frames, float distance, float* temps,
                        KalviroFrameTable& table);
 
-// The statistics and histograms of every shape and the frame's histogram,
-// from the frame's final temperatures.
-void analyseShapes(const RunInfo& run, FrameResult& r);
+// The statistics of every shape and, with `histograms`, their histograms and
+// the frame's, from the frame's final temperatures.
+void analyseShapes(const RunInfo& run, FrameResult& r, bool histograms);
 
 }  // namespace kalviro::cli

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <thread>
 
@@ -20,7 +21,9 @@
 #include "failure.hpp"
 #include "frame_source.hpp"
 #include "output_names.hpp"
+#include "palette.hpp"
 #include "signals.hpp"
+#include "subcommand.hpp"
 #include "synthesizer.hpp"
 #include "table_output.hpp"
 
@@ -289,6 +292,48 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     if (!o.quiet && !alarmed) printSummary(run, summary, written);
     if (source->isStream()) reportEnd(*source, summary);
     return true;
+}
+
+Subcommand addConvertCommand(CLI::App& app) {
+    auto o = std::make_shared<ConvertOptions>();
+    auto* cmd = app.add_subcommand(
+        "convert", "convert frames to temperatures: .csv .tiff .png .json .mp4 .mkv .webm .gif");
+    cmd->add_option("FILE", o->inputs,
+                    "raw frame files, gray-value archives (.tiff written with --counts), directories or "
+                    "globs; - reads standard input");
+    cmd->add_option("--caltype", o->calType, "the camera's CalType; REQUIRED but with --demo");
+    addSizeOption(cmd, o->size);
+    cmd->add_option("-e,--emissivity", o->emissivity, "emissivity of the object, above 0 and at most 1")
+        ->capture_default_str();
+    cmd->add_option("-d,--distance", o->distance, "object distance in metres, in place of the block's");
+    cmd->add_option("--frames", o->frames, "frames A:B (B not included), A:, :B or K");
+    cmd->add_option("-o,--output", o->outputs,
+                    "output, by extension: .csv .tiff .png .json .mp4 .mkv .webm .gif; {stem} is the "
+                    "input's name, {frame} the frame number; repeatable")
+        ->allow_extra_args(false);
+    cmd->add_option("--palette", o->palette, "PNG palette: " + paletteNames())->capture_default_str();
+    cmd->add_option("--range", o->range,
+                    "PNG colours fixed from LO to HI, LO:HI; auto:P1:P2 from those percentiles of each "
+                    "frame");
+    cmd->add_flag("--no-markers", o->noMarkers, "PNG without the hottest and coldest markers");
+    cmd->add_option("--scale", o->scale, "PNG pixels per frame pixel")->capture_default_str();
+    cmd->add_option("--roi", o->regions,
+                    "rectangle [name=]x,y,w,h for statistics; :e=E gives it its own emissivity; repeatable")
+        ->allow_extra_args(false);
+    cmd->add_option("--spot", o->spots, "temperature at [name=]x,y[:e=E]; repeatable")
+        ->allow_extra_args(false);
+    addAnalysisOptions(cmd, o->analysis);
+    cmd->add_option("-j,--threads", o->threads, "threads for a sequence; default one per core");
+    cmd->add_flag("--force", o->force, "replace existing outputs");
+    cmd->add_flag("--demo", o->demo, "convert a built-in synthetic frame into demo.png and demo.json");
+    cmd->add_flag("-q,--quiet", o->quiet, "no summary, no progress bar");
+    cmd->add_option("--fps", o->fps, "frames per second of video outputs")->capture_default_str();
+    cmd->add_flag("--counts", o->counts,
+                  "a .tiff output holds the gray values and blocks (an archive that converts again)");
+    cmd->add_option("--table", o->table,
+                    "CSV of every frame's statistics, a row per frame and region, spot or the frame");
+    cmd->add_flag("--skip-existing", o->skipExisting, "pass over inputs whose outputs all exist");
+    return {cmd, [o] { runConvert(*o); }};
 }
 
 }  // namespace kalviro::cli

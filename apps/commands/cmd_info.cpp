@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 #include "block_fields.hpp"
 #include "block_settings.hpp"
@@ -13,6 +14,7 @@
 #include "failure.hpp"
 #include "frame_source.hpp"
 #include "le_bytes.hpp"
+#include "subcommand.hpp"
 
 namespace kalviro::cli {
 
@@ -146,6 +148,18 @@ void runInfo(const InfoOptions& o) {
     }
     j["settable"] = settableFields;
     std::cout << j.dump(2) << '\n';
+}
+
+Subcommand addInfoCommand(CLI::App& app) {
+    auto o = std::make_shared<InfoOptions>();
+    auto* cmd = app.add_subcommand("info", "a frame's block field by field, TempPara and the GetIT value");
+    addFileOptions(cmd, o->file, o->calType, o->size);
+    cmd->add_option("--frame", o->frame, "frame of a sequence, from 0")->check(frameNumber());
+    cmd->add_flag("--json", o->json, "as JSON");
+    cmd->add_flag("--csv", o->csv, "every frame's settings, one CSV row a frame")
+        ->excludes("--json")
+        ->excludes("--frame");
+    return {cmd, [o] { runInfo(*o); }};
 }
 
 }  // namespace kalviro::cli

@@ -4,10 +4,12 @@
 
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 #include "block_fields.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
+#include "subcommand.hpp"
 
 namespace kalviro::cli {
 
@@ -30,6 +32,14 @@ void runList(const ListOptions& o) {
                     familyText(c.family).c_str());
     }
     std::printf("%d CalTypes\n", KALVIRO_CALTYPE_COUNT);
+}
+
+Subcommand addListCommand(CLI::App& app) {
+    auto o = std::make_shared<ListOptions>();
+    auto* cmd =
+        app.add_subcommand("list", "the CalTypes: whether each converts, its layout, its GetIT value");
+    cmd->add_flag("--json", o->json, "as JSON");
+    return {cmd, [o] { runList(*o); }};
 }
 
 }  // namespace kalviro::cli

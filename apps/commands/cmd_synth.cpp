@@ -3,12 +3,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "caltype.hpp"
 #include "commands.hpp"
 #include "failure.hpp"
 #include "outputs.hpp"
 #include "progress.hpp"
+#include "subcommand.hpp"
+#include "synth_scene.hpp"
 #include "synthesizer.hpp"
 
 namespace kalviro::cli {
@@ -69,6 +72,21 @@ void runSynth(const SynthOptions& o) {
         "to within %.2f deg of the scene\n",
         o.output.c_str(), static_cast<unsigned long long>(o.frames), size.text().c_str(), c.calType,
         o.scene.c_str(), static_cast<double>(emissivity), synth.worstError());
+}
+
+Subcommand addSynthCommand(CLI::App& app) {
+    auto o = std::make_shared<SynthOptions>();
+    auto* cmd = app.add_subcommand("synth", "write a synthetic frame or sequence of known temperatures");
+    cmd->add_option("--caltype", o->calType, "CalType to synthesise for")->required();
+    cmd->add_option("--size", o->size, "frame size WxH")->required();
+    cmd->add_option("-o,--output", o->output, "raw frame file to write")->required();
+    cmd->add_option("--frames", o->frames, "frames in the sequence")->capture_default_str();
+    cmd->add_option("--scene", o->scene, "scene: " + sceneNames())->capture_default_str();
+    cmd->add_option("-e,--emissivity", o->emissivity, "emissivity the scene is seen with")
+        ->capture_default_str();
+    cmd->add_option("--truth", o->truth, "also write the scene's temperatures: .tiff .csv .png .json");
+    cmd->add_flag("--force", o->force, "replace existing outputs");
+    return {cmd, [o] { runSynth(*o); }};
 }
 
 }  // namespace kalviro::cli

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 #include "caltype.hpp"
 #include "commands.hpp"
@@ -14,6 +15,7 @@
 #include "failure.hpp"
 #include "frame_source.hpp"
 #include "stats.hpp"
+#include "subcommand.hpp"
 
 namespace kalviro::cli {
 
@@ -98,6 +100,18 @@ void runTemp2Gray(const Temp2GrayOptions& o) {
                       gray);
         throw Failure(msg);
     }
+}
+
+Subcommand addTemp2GrayCommand(CLI::App& app) {
+    auto o = std::make_shared<Temp2GrayOptions>();
+    auto* cmd = app.add_subcommand("temp2gray", "the gray value of a temperature on a frame");
+    addFileOptions(cmd, o->file, o->calType, o->size);
+    cmd->add_option("--temp", o->temp, "temperature in degrees")->required();
+    cmd->add_option("--frame", o->frame, "frame of a sequence, from 0")->check(frameNumber());
+    cmd->add_option("-e,--emissivity", o->emissivity, "emissivity of the object")->capture_default_str();
+    cmd->add_option("-d,--distance", o->distance, "object distance in metres, in place of the block's");
+    cmd->add_flag("--json", o->json, "as JSON");
+    return {cmd, [o] { runTemp2Gray(*o); }};
 }
 
 }  // namespace kalviro::cli

@@ -1,5 +1,5 @@
-// The subcommands of `kalviro`, each a plain function of its options. The
-// command line is parsed in main.cpp; these throw Failure on bad input.
+// The subcommands of `kalviro`, each a plain function of its options, which
+// its file registers (subcommand.hpp); these throw Failure on bad input.
 #pragma once
 
 #include <cstdint>

@@ -66,6 +66,7 @@ public:
         summary_.first = first;
         summary_.threads = threads;
         summary_.regions.resize(run.regions.size());
+        for (const auto& out : outputs) histograms_ = histograms_ || out->histograms();
         if (threads > 1) {
             // A thread the system refuses means fewer workers; none, a serial run.
             try {
@@ -188,7 +189,7 @@ private:
             r.spots.push_back(
                 r.temps[static_cast<size_t>(s.y) * static_cast<size_t>(w) + static_cast<size_t>(s.x)]);
         }
-        analyseShapes(run_, r);
+        analyseShapes(run_, r, histograms_);
         for (const auto& out : outputs_) {
             if (out->perFrame())
                 out->frame(r);
@@ -262,6 +263,7 @@ private:
 
     const RunInfo& run_;
     const std::vector<std::unique_ptr<Output>>& outputs_;
+    bool histograms_ = false;  // some output reports them
     std::mutex mutex_;
     std::condition_variable ready_, space_;
     std::deque<Job> jobs_;

@@ -44,6 +44,7 @@ public:
     }
 
     bool perFrame() const override { return false; }
+    bool histograms() const override { return true; }
 
     void frame(const FrameResult& r) override {
         nlohmann::ordered_json j;

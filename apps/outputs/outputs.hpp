@@ -82,6 +82,9 @@ public:
     // The part of an in-order output's work a frame alone decides, done by
     // the worker that converted it, in any order, before frame().
     virtual void prepare(const FrameResult&) {}
+    // true: frame() reads the histograms, which cost as much as the
+    // statistics; no other output makes them computed.
+    virtual bool histograms() const { return false; }
     virtual void finish() {}
 };
 

@@ -121,18 +121,27 @@ std::string temperatureLabel(float t, Unit unit) {
     return buf;
 }
 
-size_t colourIndex(float t, float lo, float hi) {
+namespace {
+
+// colourIndex with the span and whether it is finite worked out once a
+// frame.
+inline size_t indexIn(float t, float lo, float hi, float span, bool finite) {
     // Single precision, as the viewer's page computes it, but for a range
     // whose span overflows a float.
-    const float span = hi - lo;
     const float k =
-        std::isfinite(span)
-            ? (t - lo) / span * 255.0f
-            : static_cast<float>((static_cast<double>(t) - lo) / (static_cast<double>(hi) - lo) * 255.0);
+        finite ? (t - lo) / span * 255.0f
+               : static_cast<float>((static_cast<double>(t) - lo) / (static_cast<double>(hi) - lo) * 255.0);
     // lround without its library call, a call a pixel: in double, c + 0.5 is
     // exact and truncation of a value >= 0 is its floor.
     const float c = std::clamp(k, 0.0f, 255.0f);
     return c >= 0.0f ? static_cast<size_t>(static_cast<double>(c) + 0.5) : 0;
+}
+
+}  // namespace
+
+size_t colourIndex(float t, float lo, float hi) {
+    const float span = hi - lo;
+    return indexIn(t, lo, hi, span, std::isfinite(span));
 }
 
 float percentileOf(const float* temps, size_t count, double p) {
@@ -173,17 +182,24 @@ Canvas renderPicture(const RunInfo& run, const PngOptions& png, const FrameResul
     const int32_t s = png.scale;
     const int32_t w = run.size.width * s;
     Canvas c(w, run.size.height * s, kInvalidColour);
-    const Palette& pal = *png.palette;
+    const Rgb* pal = png.palette->data();
     const size_t stride = static_cast<size_t>(w) * 3;
+    // Locals, not reloaded after every byte written.
+    const bool valid = hi > lo;
+    const float span = hi - lo;
+    const bool finite = std::isfinite(span);
+    const bool isotherm = png.isotherm.has_value();
+    const float isoLo = isotherm ? png.isotherm->first : 0.0f;
+    const float isoHi = isotherm ? png.isotherm->second : 0.0f;
     for (int32_t y = 0; y < run.size.height; ++y) {
         const float* row = &r.temps[static_cast<size_t>(y) * static_cast<size_t>(run.size.width)];
         uint8_t* out = &c.rgb[static_cast<size_t>(y) * static_cast<size_t>(s) * stride];
         for (int32_t x = 0; x < run.size.width; ++x) {
+            const float t = row[x];
             Rgb colour = kInvalidColour;
-            if (hi > lo && validTemp(row[x])) {
-                colour = pal[colourIndex(row[x], lo, hi)];
-                if (png.isotherm && row[x] >= png.isotherm->first && row[x] <= png.isotherm->second)
-                    colour = kIsothermColour;
+            if (valid && validTemp(t)) {
+                colour = pal[indexIn(t, lo, hi, span, finite)];
+                if (isotherm && t >= isoLo && t <= isoHi) colour = kIsothermColour;
             }
             for (int32_t i = 0; i < s; ++i, out += 3) {
                 out[0] = colour.r;

@@ -1,4 +1,4 @@
-// The viewer's page files, built into the binary from apps/web.
+// The viewer's page files, built into the binary from apps/view/web.
 #pragma once
 
 #include <cstddef>

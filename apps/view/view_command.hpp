@@ -2,13 +2,12 @@
 // loopback interface to the holder of the token in the printed URL.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <cstdint>
 #include <optional>
 #include <string>
 
 #include "kalviro.hpp"
+#include "subcommand.hpp"
 
 namespace kalviro::cli {
 
@@ -23,7 +22,6 @@ struct ViewOptions {
     uint64_t memoryMiB = 0;  // 0: the default bound
 };
 
-CLI::App* addViewCommand(CLI::App& app, ViewOptions& o);
 void runView(const ViewOptions& o);
 
 }  // namespace kalviro::cli

@@ -163,6 +163,7 @@ public:
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/?token=" + token_; }
     void listen() { server_.listen_after_bind(); }
     void stop() { server_.stop(); }
+    bool running() const { return server_.is_running(); }
 
 private:
     bool admit(const httplib::Request& req, httplib::Response& res) {
@@ -429,25 +430,27 @@ private:
 
 }  // namespace
 
-CLI::App* addViewCommand(CLI::App& app, ViewOptions& o) {
+Subcommand addViewCommand(CLI::App& app) {
+    auto o = std::make_shared<ViewOptions>();
     auto* cmd = app.add_subcommand(
         "view", "a recording or live stream in the browser: temperature under the cursor, regions, plots");
     cmd->add_option(
-           "FILE", o.file,
+           "FILE", o->file,
            "raw frame file or sequence, or a --counts archive; - for a live stream on standard input")
         ->required();
-    cmd->add_option("--caltype", o.calType, "the camera's CalType")->required();
-    cmd->add_option("--size", o.size, "frame size WxH; inferred from the file size for common sensor sizes");
-    cmd->add_option("-e,--emissivity", o.emissivity, "emissivity of the object, above 0 and at most 1")
+    cmd->add_option("--caltype", o->calType, "the camera's CalType")->required();
+    addSizeOption(cmd, o->size);
+    cmd->add_option("-e,--emissivity", o->emissivity, "emissivity of the object, above 0 and at most 1")
         ->capture_default_str();
-    cmd->add_option("-d,--distance", o.distance, "object distance in metres, in place of the block's");
-    cmd->add_option("--port", o.port, "port on 127.0.0.1; a free one by default")
+    cmd->add_option("-d,--distance", o->distance, "object distance in metres, in place of the block's");
+    cmd->add_option("--port", o->port, "port on 127.0.0.1; a free one by default")
         ->check(CLI::Range(1, 65535));
-    cmd->add_flag("--no-browser", o.noBrowser, "only print the URL");
+    cmd->add_flag("--no-browser", o->noBrowser, "only print the URL");
     cmd->add_option(
-        "--memory", o.memoryMiB,
+        "--memory", o->memoryMiB,
         "MiB of frames held; by default half the memory: a stream past it keeps its newest frames");
-    return cmd;
+    // Ctrl-C is the viewer's usual end.
+    return {cmd, [o] { runView(*o); }, true};
 }
 
 void runView(const ViewOptions& o) {
@@ -521,12 +524,17 @@ void runView(const ViewOptions& o) {
 
     std::atomic<bool> served{false};
     std::thread signals([&] {
+        // The server ignores a stop before it runs: a Ctrl-C right after the
+        // URL waits for listen() to have begun.
+        bool asked = false;
         while (!served.load()) {
-            pollfd asked{stopFd(), POLLIN, 0};
-            if (::poll(&asked, stopFd() < 0 ? 0 : 1, 200) > 0 || stopSignal() != 0) {
-                viewer.stop();
-                return;
+            if (asked) {
+                if (viewer.running()) return viewer.stop();
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                continue;
             }
+            pollfd fd{stopFd(), POLLIN, 0};
+            asked = ::poll(&fd, stopFd() < 0 ? 0 : 1, 200) > 0 || stopSignal() != 0;
         }
     });
     viewer.listen();

@@ -5,29 +5,21 @@
 #include <type_traits>
 #include <utility>
 
+#include "api/families.hpp"
 #include "api/frame.hpp"
 #include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "api/stored_plan.hpp"
 #include "api/temp2gray.hpp"
 #include "core/get_it.hpp"
-#include "direct/pixel.hpp"
-#include "direct/recipes.hpp"
-#include "ladder/family.hpp"
-#include "ladder/recipes.hpp"
 
 namespace kalviro {
 namespace {
 
 constexpr Module makeModule(const CalTypeInfo& c) {
-    Module m{c.calType, c.family, c.layout == Layout::Long, nullptr, nullptr, nullptr};
-    switch (c.family) {
-        case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
-        case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
-        case Family::Ladder:
-        case Family::Ladder4: m.ladder = ladder::recipeFor(c.calType); break;
-    }
-    return m;
+    const void* row = withFamily(
+        c.family, [&](auto family) { return static_cast<const void*>(decltype(family)::rowFor(c.calType)); });
+    return Module{c.calType, c.family, c.layout == Layout::Long, row};
 }
 
 template <size_t... I>
@@ -37,16 +29,17 @@ constexpr auto makeModules(std::index_sequence<I...>) {
 
 constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_COUNT>{});
 
-// A CalType has a row in its family's table and in no other: the list and
-// the family tables cannot disagree.
-constexpr bool rowMatchesFamily(int32_t nn, Family f) {
-    return (f == Family::Direct) == direct::hasRecipe(nn) &&
-           (f == Family::Direct4) == direct::hasFourRange(nn) &&
-           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasRecipe(nn) &&
-           (f == Family::Ladder4) == ladder::runsFourRange(nn);
+// A CalType has a row in its family's table and in no other, and runs the
+// four-range frame where the list gives it tempRange 5: the list and the
+// family tables cannot disagree.
+template <typename... Traits>
+constexpr bool rowMatchesFamily(int32_t nn, Family f, FamilyList<Traits...>) {
+    return ((Traits::owns(f) == Traits::hasRow(nn)) && ...) &&
+           ((!Traits::owns(f) || Traits::fourRange(nn) == (lastTempRange(f) == 5)) && ...);
 }
-#define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family) \
-    static_assert(rowMatchesFamily(nn, KALVIRO_FAMILY_##family), "family and family table disagree: " #nn);
+#define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family)                       \
+    static_assert(rowMatchesFamily(nn, KALVIRO_FAMILY_##family, Families{}), \
+                  "family and family table disagree: " #nn);
 KALVIRO_CALTYPES(KALVIRO_ROW_MATCHES)
 #undef KALVIRO_ROW_MATCHES
 
@@ -88,13 +81,10 @@ void resetProcessState(int index) {
 namespace {
 
 float frameStage(const Module& m, CalState& st, uint8_t* b, int32_t gray, float emissivity, float distance) {
-    switch (m.family) {
-        case Family::Direct: return direct::frameDegrees(*m.direct, st, b, gray, emissivity, distance);
-        case Family::Direct4: return direct::frameDegrees(*m.direct4, st, b, gray, emissivity, distance);
-        case Family::Ladder:
-        case Family::Ladder4: return ladder::frameDegrees(*m.ladder, st, b, gray, emissivity, distance);
-    }
-    return 0.0f;
+    return withFamily(m.family, [&](auto family) {
+        using Trait = decltype(family);
+        return Trait::frame(familyRow<Trait>(m), st, b, gray, emissivity, distance);
+    });
 }
 
 }  // namespace
@@ -103,7 +93,7 @@ float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* 
                   float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
     const float t = frameStage(m, st, bytes(block), gray, emissivity, distance);
-    storePlan(m, st, sp, bytes(block), emissivity, distance);
+    storePlan(m, st, sp, bytes(block), gray, emissivity, distance, true);
     return t;
 }
 
@@ -113,17 +103,12 @@ float convertInit(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* 
 template <typename Use>
 auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emissivity, float distance,
               bool many, Use&& use) {
-    const auto run = [&](auto plan) {
+    return withFamily(m.family, [&](auto family) {
+        using Trait = decltype(family);
+        auto plan = Trait::plan(familyRow<Trait>(m), st, b, emissivity, distance, many);
         if (many) withColumns(plan);
         return use(plan);
-    };
-    switch (m.family) {
-        case Family::Direct: return run(direct::pixelPlan(*m.direct, st, b, emissivity, distance));
-        case Family::Direct4: return run(direct::pixelPlan(*m.direct4, st, b, emissivity, distance));
-        case Family::Ladder:
-        case Family::Ladder4: break;
-    }
-    return run(ladder::pixelPlan(*m.ladder, st, b, emissivity, distance, many));
+    });
 }
 
 namespace {
@@ -140,9 +125,46 @@ float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo*
                     [gray](const auto& plan) { return pixelDegrees(plan, gray); });
 }
 
-void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
-               float distance) {
-    withPlan(m, st, block, emissivity, distance, false, [&](const auto& plan) { storedAs(sp, plan) = plan; });
+float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
+                  int32_t gray, float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    if (!planHolds(m, st, sp, bytes(block), emissivity, distance))
+        return convertRealFresh(m, st, block, gray, emissivity, distance);
+    // Unsigned: a gray value below the table wraps past its end.
+    const uint32_t i = static_cast<uint32_t>(gray) - static_cast<uint32_t>(sp.aheadFirst);
+    if (i < static_cast<uint32_t>(sp.aheadCount)) return sp.ahead[i];
+    return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
+                                                                     : ladder::pixelDegrees(sp.ladder, gray);
+}
+
+float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
+                  float emissivity, float distance) {
+    if (block == nullptr) return 0.0f;
+    // One spot: neither the eager ladder nor the table would pay.
+    frameStage(m, st, bytes(block), gray, emissivity, distance);
+    storePlan(m, st, sp, bytes(block), gray, emissivity, distance, false);
+    return convertReal(m, st, sp, block, gray, emissivity, distance);
+}
+
+namespace {
+
+// A span of the table through the family's kernel on the lanes in use.
+template <typename Plan>
+void spanOnLanesInUse(const void* ctx, int32_t first, int32_t count, float* out) {
+    laneBuilders().of<Plan>()(*static_cast<const Plan*>(ctx), first, count, out);
+}
+
+}  // namespace
+
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
+               float emissivity, float distance, bool ahead) {
+    withPlan(m, st, block, emissivity, distance, ahead, [&](const auto& plan) {
+        storedAs(sp, plan) = plan;
+        sp.aheadFirst = firstAhead(gray);
+        sp.aheadCount = ahead ? kAheadGrays : 0;
+        if (ahead)
+            laneBuilders().of<std::decay_t<decltype(plan)>>()(plan, sp.aheadFirst, kAheadGrays, sp.ahead);
+    });
     withPlanWords(m.family, [&](const auto& offsets) {
         size_t i = 0;
         for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
@@ -152,46 +174,11 @@ void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_
     sp.from = &st;
 }
 
-float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, const TempFrameInfo* block,
-                  int32_t gray, float emissivity, float distance) {
-    if (block == nullptr) return 0.0f;
-    if (!planHolds(m, st, sp, bytes(block), emissivity, distance))
-        return convertRealFresh(m, st, block, gray, emissivity, distance);
-    return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
-                                                                     : ladder::pixelDegrees(sp.ladder, gray);
-}
-
-float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
-                  float emissivity, float distance) {
-    if (block == nullptr) return 0.0f;
-    convertInit(m, st, sp, block, gray, emissivity, distance);
-    return convertReal(m, st, sp, block, gray, emissivity, distance);
-}
-
-namespace {
-
-void buildWith(const LaneBuilders& set, const direct::PixelPlan& plan, int32_t first, int32_t count,
-               float* out) {
-    set.direct(plan, first, count, out);
-}
-void buildWith(const LaneBuilders& set, const ladder::PixelPlan& plan, int32_t first, int32_t count,
-               float* out) {
-    set.ladder(plan, first, count, out);
-}
-
-// A span of the table through the family's kernel on the lanes in use.
-template <typename Plan>
-void spanOnLanesInUse(const void* ctx, int32_t first, int32_t count, float* out) {
-    buildWith(laneBuilders(), *static_cast<const Plan*>(ctx), first, count, out);
-}
-
-}  // namespace
-
 void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
                 float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out) {
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true,
-             [&](const auto& plan) { buildWith(set, plan, first, count, out); });
+             [&](const auto& plan) { set.of<std::decay_t<decltype(plan)>>()(plan, first, count, out); });
 }
 
 namespace {

@@ -2,7 +2,7 @@
 #include "api/module.hpp"
 #include "api/stored_plan.hpp"
 #include "core/get_it.hpp"
-#include "direct/recipes.hpp"
+#include "direct/family.hpp"
 #include "kalviro.h"
 
 namespace {
@@ -82,15 +82,17 @@ int32_t oldEarly(int32_t gray, TempFrameInfo* block, float emissivity, float dis
     if (block == nullptr) return 0;
     // The stage writes the statics without storing a plan for them.
     kalviro::dropPlan(kalviro::processPlan(index));
-    return kalviro::direct::early12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
-                                    kalviro::bytes(block), gray, emissivity, distance);
+    return kalviro::direct::early12(kalviro::familyRow<kalviro::direct::Trait>(kalviro::moduleAt(index)),
+                                    kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
+                                    distance);
 }
 template <int32_t NN>
 int32_t oldRealtime(int32_t gray, TempFrameInfo* block, float emissivity, float distance) {
     constexpr int index = kalviro::listIndex(NN);
     if (block == nullptr) return 0;
-    return kalviro::direct::realtime12(*kalviro::moduleAt(index).direct4, kalviro::processState(index),
-                                       kalviro::bytes(block), gray, emissivity, distance);
+    return kalviro::direct::realtime12(kalviro::familyRow<kalviro::direct::Trait>(kalviro::moduleAt(index)),
+                                       kalviro::processState(index), kalviro::bytes(block), gray, emissivity,
+                                       distance);
 }
 }  // namespace
 extern "C" {

@@ -78,9 +78,26 @@ struct FrameJob {
     float* table;
     uint64_t pixelPieces;
     int32_t keptLo, keptHi;  // entries valid from an earlier frame
+    bool keyed;              // the builder has a key: its entries outlive the frame
     Pieces range, build, gather;
     std::atomic<uint32_t> lo{0xffff}, hi{0};
 };
+
+// A keyed table is built a little beyond the frame's span: the next frames
+// of a recording stray a few gray values past it, and then find their
+// entries built. Building these costs far less than another pass over the
+// pixels.
+constexpr int32_t kMargin = kGrayPiece;
+
+// The gray values the frame's table must hold, [*from, *to].
+void wanted(const FrameJob& job, int32_t lo, int32_t hi, int32_t* from, int32_t* to) {
+    const int32_t margin = job.keyed ? kMargin : 0;
+    *from = std::max(0, lo - margin);
+    *to = std::min(0xffff, hi + margin);
+}
+
+// Whether every entry the frame reads is valid already.
+bool covered(const FrameJob& job, int32_t lo, int32_t hi) { return job.keptLo <= lo && hi <= job.keptHi; }
 
 void lower(std::atomic<uint32_t>& a, uint32_t v) {
     for (uint32_t cur = a.load(std::memory_order_relaxed); v < cur;) {
@@ -116,7 +133,10 @@ void part(void* ctx, int k, int) {
         end = std::min(job.count, begin + kPixelPiece);
     };
 
-    // The gray span of the frame.
+    // The gray span of the frame. Where entries are kept, each piece is
+    // looked up while its pixels are in cache: in a recording whose plan
+    // holds still that is the whole frame, in one pass over the pixels.
+    const bool early = job.keptLo <= job.keptHi;
     job.range.work(job.pixelPieces, [&](uint64_t i) {
         uint64_t begin, end;
         piece(i, begin, end);
@@ -124,27 +144,33 @@ void part(void* ctx, int k, int) {
         laneBuilders().grayRange(job.pixels + begin, end - begin, &lo, &hi);
         lower(job.lo, lo);
         raise(job.hi, hi);
+        if (early) gather(job.table, job.pixels, begin, end, job.out);
     });
     job.range.wait(job.pixelPieces);
     const auto lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
     const auto hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
+    if (early && covered(job, lo, hi)) return;
 
     // Its table, in pieces on multiples of kGrayPiece; the entries still
     // valid from an earlier frame are left as they are.
-    const int32_t first = lo / kGrayPiece;
-    const auto grayPieces = static_cast<uint64_t>(hi / kGrayPiece - first + 1);
-    const auto build = [&job](int32_t from, int32_t to) {
-        if (from < to) job.builder.build(job.builder.ctx, from, to - from, job.table + from);
+    int32_t from, to;
+    wanted(job, lo, hi, &from, &to);
+    const int32_t first = from / kGrayPiece;
+    const auto grayPieces = static_cast<uint64_t>(to / kGrayPiece - first + 1);
+    const auto build = [&job](int32_t a, int32_t b) {
+        if (a < b) job.builder.build(job.builder.ctx, a, b - a, job.table + a);
     };
     job.build.work(grayPieces, [&](uint64_t i) {
-        const int32_t from = std::max(lo, (first + static_cast<int32_t>(i)) * kGrayPiece);
-        const int32_t to = std::min(hi + 1, (first + static_cast<int32_t>(i) + 1) * kGrayPiece);
-        if (job.keptLo > job.keptHi) return build(from, to);
-        build(from, std::min(to, job.keptLo));
-        build(std::max(from, job.keptHi + 1), to);
+        const int32_t a = std::max(from, (first + static_cast<int32_t>(i)) * kGrayPiece);
+        const int32_t b = std::min(to + 1, (first + static_cast<int32_t>(i) + 1) * kGrayPiece);
+        if (job.keptLo > job.keptHi) return build(a, b);
+        build(a, std::min(b, job.keptLo));
+        build(std::max(a, job.keptHi + 1), b);
     });
     job.build.wait(grayPieces);
 
+    // The pixels read their entries (again, where a piece strayed past the
+    // kept ones).
     job.gather.work(job.pixelPieces, [&](uint64_t i) {
         uint64_t begin, end;
         piece(i, begin, end);
@@ -158,26 +184,31 @@ void part(void* ctx, int k, int) {
 void frameThrough(const SpanBuilder& builder, const uint16_t* pixels, uint64_t count, float* out,
                   KalviroFrameTable& table, int32_t threads) {
     if (count == 0) return;
-    Kept kept = keptFor(table, builder);
+    const Kept kept = keptFor(table, builder);
+    const bool keyed = builder.key != nullptr && builder.keySize <= kKeyRoom;
     // The table holds the span of the last frame alone until this frame is done.
     keep(table, SpanBuilder{}, 1, 0);
     // lo and hi start at the ends of their search: braces would make them 0
     // and the table would always be built from gray value 0.
-    FrameJob job{builder, pixels,  count, out, table.temp, (count + kPixelPiece - 1) / kPixelPiece,
-                 kept.lo, kept.hi, {},    {},  {},         {0xffff},
-                 {0}};
+    FrameJob job{builder,  pixels,  count, out, table.temp, (count + kPixelPiece - 1) / kPixelPiece,
+                 kept.lo,  kept.hi, keyed, {},  {},         {},
+                 {0xffff}, {0}};
     runTogether(count < kThreadsPay ? 1 : threads, part, &job);
 
-    // What is valid now: the frame's span, joined to the earlier entries where
-    // the two meet. Apart, the earlier ones are dropped: keeping them would
-    // mean building the gap between.
-    int32_t lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
-    int32_t hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
-    if (kept.lo <= kept.hi && kept.lo <= hi + 1 && lo <= kept.hi + 1) {
-        lo = std::min(lo, kept.lo);
-        hi = std::max(hi, kept.hi);
+    // What is valid now: what the frame built, joined to the earlier entries
+    // where the two meet. Apart, the earlier ones are dropped: keeping them
+    // would mean building the gap between.
+    const auto lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
+    const auto hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
+    int32_t from = kept.lo, to = kept.hi;
+    if (!covered(job, lo, hi)) {
+        wanted(job, lo, hi, &from, &to);
+        if (kept.lo <= kept.hi && kept.lo <= to + 1 && from <= kept.hi + 1) {
+            from = std::min(from, kept.lo);
+            to = std::max(to, kept.hi);
+        }
     }
-    keep(table, builder, lo, hi);
+    keep(table, builder, from, to);
 }
 
 }  // namespace kalviro

@@ -6,24 +6,36 @@
 
 #include <cstdint>
 #include <cstring>
+#include <tuple>
+
+#include "api/families.hpp"
 
 namespace kalviro {
 
-namespace direct {
-struct PixelPlan;
-}
-namespace ladder {
-struct PixelPlan;
-}
+// out[i] is the temperature of gray value first + i, for i < count.
+template <typename Plan>
+using BuildFn = void (*)(const Plan& plan, int32_t first, int32_t count, float* out);
+
+// One builder per family of the list, found by the family's plan.
+template <typename List>
+struct FamilyBuilders;
+template <typename... Traits>
+struct FamilyBuilders<FamilyList<Traits...>> {
+    std::tuple<BuildFn<typename Traits::Plan>...> fn;
+};
 
 struct LaneBuilders {
     const char* name;
     int lanes;
-    // out[i] is the temperature of gray value first + i, for i < count.
-    void (*direct)(const direct::PixelPlan& plan, int32_t first, int32_t count, float* out);
-    void (*ladder)(const ladder::PixelPlan& plan, int32_t first, int32_t count, float* out);
+    FamilyBuilders<Families> build;
     // The smallest and largest of count gray values.
     void (*grayRange)(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi);
+
+    // The builder of the family whose plan this is.
+    template <typename Plan>
+    BuildFn<Plan> of() const {
+        return std::get<BuildFn<Plan>>(build.fn);
+    }
 };
 
 // The sets of this build that this processor runs, widest first; the last
@@ -67,6 +79,22 @@ void buildOnLanes(const Plan& plan, int32_t first, int32_t count, float* out, Ke
     for (int32_t i = 0; i < count; i += L::N) L::store(out + i, kernel(plan, L::iota(first + i)), count - i);
 }
 
+// A family's builder on L. The whole kernel is inlined into it, so that
+// vectors stay in registers.
+template <typename L, typename Trait>
+__attribute__((flatten)) void buildFamily(const typename Trait::Plan& plan, int32_t first, int32_t count,
+                                          float* out) {
+    buildOnLanes<L>(plan, first, count, out, [](const typename Trait::Plan& p, typename L::I g) {
+        return Trait::template kernel<L>(p, g);
+    });
+}
+
+// Every family's builder on L.
+template <typename L, typename... Traits>
+constexpr FamilyBuilders<FamilyList<Traits...>> buildersOn(FamilyList<Traits...>) {
+    return {std::tuple<BuildFn<typename Traits::Plan>...>{&buildFamily<L, Traits>...}};
+}
+
 // The smallest and largest of count gray values, one at a time (65535 and 0
 // for none); and a register of them at a time.
 void grayRangeScalar(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi);
@@ -95,24 +123,12 @@ void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t*
 }  // namespace kalviro
 
 // The builders of one set, in the file compiled for it: W lanes, in a
-// namespace of their own (see Vector's Tag). The whole kernel is inlined
-// into each builder, so that vectors stay in registers.
-#define KALVIRO_LANE_BUILDERS(set, W)                                                             \
-    namespace kalviro::lanes_##set {                                                              \
-        struct Tag {};                                                                            \
-        using L = Vector<W, Tag>;                                                                 \
-        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                               \
-        __attribute__((flatten)) void buildDirect(const direct::PixelPlan& plan, int32_t first,   \
-                                                  int32_t count, float* out) {                    \
-            buildOnLanes<L>(plan, first, count, out, [](const direct::PixelPlan& p, L::I g) {     \
-                return direct::pixelDegrees<L>(p, g);                                             \
-            });                                                                                   \
-        }                                                                                         \
-        __attribute__((flatten)) void buildLadder(const ladder::PixelPlan& plan, int32_t first,   \
-                                                  int32_t count, float* out) {                    \
-            buildOnLanes<L>(plan, first, count, out, [](const ladder::PixelPlan& p, L::I g) {     \
-                return ladder::pixelDegrees<L>(p, g);                                             \
-            });                                                                                   \
-        }                                                                                         \
-        const LaneBuilders kBuilders{#set, W, buildDirect, buildLadder, grayRangeOf<Grays, Tag>}; \
+// namespace of their own (see Vector's Tag), so that every function the
+// file defines carries the set's name.
+#define KALVIRO_LANE_BUILDERS(set, W)                                                              \
+    namespace kalviro::lanes_##set {                                                               \
+        struct Tag {};                                                                             \
+        using L = Vector<W, Tag>;                                                                  \
+        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                                \
+        const LaneBuilders kBuilders{#set, W, buildersOn<L>(Families{}), grayRangeOf<Grays, Tag>}; \
     }

@@ -7,22 +7,12 @@
 
 #include "api/lane_builders.hpp"
 #include "core/lanes.hpp"
-#include "direct/pixel_kernel.hpp"
 #include "kalviro.h"
-#include "ladder/pixel_kernel.hpp"
 
 namespace kalviro {
 namespace {
 
-void directScalar(const direct::PixelPlan& plan, int32_t first, int32_t count, float* out) {
-    for (int32_t i = 0; i < count; ++i) out[i] = direct::pixelDegrees<Scalar>(plan, first + i);
-}
-
-void ladderScalar(const ladder::PixelPlan& plan, int32_t first, int32_t count, float* out) {
-    for (int32_t i = 0; i < count; ++i) out[i] = ladder::pixelDegrees<Scalar>(plan, first + i);
-}
-
-const LaneBuilders kScalar{"scalar", 1, directScalar, ladderScalar, grayRangeScalar};
+const LaneBuilders kScalar{"scalar", 1, buildersOn<Scalar>(Families{}), grayRangeScalar};
 
 bool hasAvx512() {
 #if defined(__x86_64__)

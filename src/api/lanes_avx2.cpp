@@ -4,8 +4,6 @@
 
 #if defined(__AVX2__)
 #include "core/lanes.hpp"
-#include "direct/pixel_kernel.hpp"
-#include "ladder/pixel_kernel.hpp"
 
 KALVIRO_LANE_BUILDERS(avx2, 8)
 

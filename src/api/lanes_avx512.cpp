@@ -4,8 +4,6 @@
 
 #if defined(__AVX512F__)
 #include "core/lanes.hpp"
-#include "direct/pixel_kernel.hpp"
-#include "ladder/pixel_kernel.hpp"
 
 KALVIRO_LANE_BUILDERS(avx512, 16)
 

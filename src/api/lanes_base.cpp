@@ -5,8 +5,6 @@
 
 #if defined(__x86_64__) || defined(__aarch64__)
 #include "core/lanes.hpp"
-#include "direct/pixel_kernel.hpp"
-#include "ladder/pixel_kernel.hpp"
 
 #if defined(__x86_64__)
 KALVIRO_LANE_BUILDERS(sse2, 4)

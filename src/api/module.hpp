@@ -12,23 +12,18 @@
 
 namespace kalviro {
 
-namespace direct {
-struct Recipe;
-struct FourRange;
-}  // namespace direct
-namespace ladder {
-struct Recipe;
-}
-
 struct Module {
     int32_t calType;
     Family family;
     bool longLayout;
-    // The family's row; only the one of the module's family is set.
-    const direct::Recipe* direct;      // Family::Direct
-    const direct::FourRange* direct4;  // Family::Direct4
-    const ladder::Recipe* ladder;      // Family::Ladder, Family::Ladder4
+    const void* row;  // the Row of the family that owns `family` (families.hpp)
 };
+
+// The module's row as its family's Trait reads it.
+template <typename Trait>
+const typename Trait::Row& familyRow(const Module& m) {
+    return *static_cast<const typename Trait::Row*>(m.row);
+}
 
 // Position of a CalType in the one list, or -1: where its module, its
 // statics and its row of kalviro_table are.

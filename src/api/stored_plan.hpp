@@ -19,6 +19,18 @@ namespace kalviro {
 // Room for the largest family's list of block words.
 inline constexpr size_t kMaxPlanWords = 32;
 
+// The gray values a per-frame call converts ahead, around its own gray: a
+// scene mostly lies within a few thousand of it, and a table read is
+// cheaper than the kernel's chain of divisions.
+inline constexpr int32_t kAheadGrays = 8192;
+
+// The first gray value of the table ahead of gray, within 0..65535.
+constexpr int32_t firstAhead(int32_t gray) {
+    const int32_t last = 65536 - kAheadGrays;
+    const int32_t first = gray < kAheadGrays / 2 ? 0 : gray - kAheadGrays / 2;
+    return first > last ? last : first;
+}
+
 struct StoredPlan {
     // The statics the plan was built from; null: no plan. A byte-wise copy
     // of a camera keeps the address of the original's and so falls back.
@@ -29,11 +41,17 @@ struct StoredPlan {
         direct::PixelPlan direct;  // Family::Direct, Family::Direct4
         ladder::PixelPlan ladder;  // Family::Ladder, Family::Ladder4
     };
+    // The plan's results for gray values aheadFirst.. on, in degrees, as
+    // the whole-frame builders give them; aheadCount 0: none.
+    int32_t aheadFirst, aheadCount;
+    float ahead[kAheadGrays];
 };
 
-// The plan of the statics just written by a per-frame call on this block.
-void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, float emissivity,
-               float distance);
+// The plan of the statics just written by a per-frame call on this block;
+// with the table ahead of gray for a frame of per-pixel calls (`ahead`),
+// or for the one gray value of a per-frame call of its own.
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
+               float emissivity, float distance, bool ahead);
 
 // Whether the block's words of the list are those saved.
 template <size_t N>

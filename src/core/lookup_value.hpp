@@ -27,6 +27,6 @@ enum class Join : uint8_t {
 
 // x from the statics const_b, const_R and const_d; dIT (c5 - itRefTemp) is
 // read by the offset polynomials alone.
-float lookupValue(Join join, float gIn, const CalState& st, float dIT);
+float lookupValue(Join join, float gf, const CalState& st, float dIT);
 
 }  // namespace kalviro

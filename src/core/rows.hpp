@@ -8,6 +8,14 @@
 
 namespace kalviro {
 
+// The per-frame stage a family row runs: the skeleton with a branch per
+// tempRange; the long layout's skeleton (ladder 111, 121: drift read from
+// the block, const_CH1 set only by a branch, whole degrees from the
+// per-frame call); or the older four-range frame (tempRange 2 to 5) that
+// Direct 12 and 60 and ladder 61 and 62 share, whose branches are unused.
+// Direct's long layout keeps the skeleton and differs in its result form.
+enum class StageForm : uint8_t { Skeleton, Long, FourRange };
+
 // The index of a CalType's row, or -1.
 template <typename Row, std::size_t N>
 constexpr int rowIndexOf(const Row (&rows)[N], int32_t calType) {

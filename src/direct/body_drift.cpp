@@ -5,7 +5,7 @@
 
 #include "core/block.hpp"
 #include "core/body_bins.hpp"
-#include "direct/recipe.hpp"
+#include "direct/stage.hpp"
 
 namespace kalviro::direct {
 namespace {

@@ -4,7 +4,7 @@
 // follows the clock, w and the gray value.
 #include "core/block.hpp"
 #include "core/numeric.hpp"
-#include "direct/recipe.hpp"
+#include "direct/stage.hpp"
 
 namespace kalviro::direct {
 namespace {

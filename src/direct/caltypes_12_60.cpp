@@ -10,11 +10,11 @@
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
 #include "direct/pixel.hpp"
-#include "direct/recipe.hpp"
+#include "direct/stage.hpp"
 
 namespace kalviro::direct {
 
-int32_t early12(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+int32_t early12(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                 float distance) {
     const FourRangeLookup look = fourRangeFrame(st, block, gray, FourRangeMath::Single);
     float T = look.raw;
@@ -29,15 +29,10 @@ int32_t early12(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, 
     return toInt(scalePixel(Tc, emissFactor(r.emissivity, emissivity), c1, block));
 }
 
-int32_t realtime12(const FourRange& r, const CalState& st, const uint8_t* block, int32_t gray,
-                   float emissivity, float distance) {
+int32_t realtime12(const Recipe& r, const CalState& st, const uint8_t* block, int32_t gray, float emissivity,
+                   float distance) {
     // Whole hundredths already; still through toInt, like every float to int.
     return toInt(pixelHundredths(pixelPlan(r, st, block, emissivity, distance), gray));
-}
-
-float frameDegrees(const FourRange& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
-                   float distance) {
-    return static_cast<float>(early12(r, st, block, gray, emissivity, distance)) / 100.0f;
 }
 
 }  // namespace kalviro::direct

@@ -28,30 +28,9 @@ void common(PixelPlan& p, const CalState& st, const uint8_t* block, Emissivity f
     p.distanceM = static_cast<double>(get(block, field::distance)) / 100.0;
 }
 
-}  // namespace
-
-PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance) {
-    PixelPlan p{};
-    common(p, st, block, r.emissivity, emissivity, distance);
-    p.drift = toInt(st.const_d);
-    const Branch* br = branchFor(r, p.range);
-    p.rowCount = br ? gridRows(br->grid) : 0;
-    p.air = pixelAirIsC2(r.air) ? st.const_CH2 : st.const_CH1;
-    switch (r.result) {
-        case Result::Hundredths: p.end = r.boost ? PixelEnd::Boost : PixelEnd::Truncate; break;
-        case Result::LongPlain: p.end = PixelEnd::LongPlain; break;
-        case Result::LongWindow:
-            p.end = PixelEnd::LongWindow;
-            p.window = static_cast<float>(get(block, field::windowTransLong)) / 100.0f;
-            break;
-    }
-    p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
-    return p;
-}
-
-PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance) {
+// 12 and 60: the four-range frame's rows and drift, a window at the end.
+PixelPlan fourRangePlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
+                        float distance) {
     PixelPlan p{};
     common(p, st, block, r.emissivity, emissivity, distance);
     p.drift = fourRangeValue(p.range, 0, block, st.const_U);
@@ -68,6 +47,29 @@ PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block
         // In this range the word at 0x030 is a window term.
         const double open = static_cast<double>(1.0f - p.window);
         if (open >= 0.000001 || open <= -0.000001) p.window = p.window - get(block, field::warmDiffLow);
+    }
+    p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
+    return p;
+}
+
+}  // namespace
+
+PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
+                    float distance) {
+    if (r.stage == StageForm::FourRange) return fourRangePlan(r, st, block, emissivity, distance);
+    PixelPlan p{};
+    common(p, st, block, r.emissivity, emissivity, distance);
+    p.drift = toInt(st.const_d);
+    const Branch* br = branchFor(r, p.range);
+    p.rowCount = br ? gridRows(br->grid) : 0;
+    p.air = pixelAirIsC2(r.air) ? st.const_CH2 : st.const_CH1;
+    switch (r.result) {
+        case Result::Hundredths: p.end = r.boost ? PixelEnd::Boost : PixelEnd::Truncate; break;
+        case Result::LongPlain: p.end = PixelEnd::LongPlain; break;
+        case Result::LongWindow:
+            p.end = PixelEnd::LongWindow;
+            p.window = static_cast<float>(get(block, field::windowTransLong)) / 100.0f;
+            break;
     }
     p.rowsInOrder = rowsInOrder(p.rows, p.rowCount);
     return p;

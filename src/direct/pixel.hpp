@@ -60,8 +60,6 @@ inline constexpr uint32_t kPlanWords4[] = {
 
 PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
                     float distance);
-PixelPlan pixelPlan(const FourRange& r, const CalState& st, const uint8_t* block, float emissivity,
-                    float distance);
 
 // Hundredths of a degree as a float.
 float pixelHundredths(const PixelPlan& p, int32_t gray);

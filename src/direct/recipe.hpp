@@ -1,6 +1,6 @@
 // A Direct CalType as data: for each tempRange the grid, body drift, shift,
 // drift rule and join it takes, and the tail that ends both stages. The
-// per-frame stage (stage.cpp) and the per-pixel plan (pixel.cpp) run a
+// per-frame stage (stage.hpp) and the per-pixel plan (pixel.hpp) run a
 // recipe; the stage alternatives live in body_drift.cpp and warm_shift.cpp.
 #pragma once
 
@@ -11,6 +11,7 @@
 #include "core/frame_stage.hpp"
 #include "core/grids.hpp"
 #include "core/lookup_value.hpp"
+#include "core/rows.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 
@@ -102,13 +103,9 @@ struct Recipe {
     Air air;
     bool boost;
     Result result;
-};
-
-// CalTypes 12 and 60: the older frame with tempRange 2 to 5. They differ in
-// the emissivity alone (caltypes_12_60.cpp).
-struct FourRange {
-    int32_t calType;
-    Emissivity emissivity;
+    // 12 and 60 run the four-range frame (caltypes_12_60.cpp) and differ in
+    // the emissivity alone.
+    StageForm stage = StageForm::Skeleton;
 };
 
 // The branch for a tempRange, or null when the range builds nothing.
@@ -120,32 +117,5 @@ inline const Branch* branchFor(const Recipe& r, int32_t range) {
         default: return nullptr;
     }
 }
-
-// The gain driftGain * 0.2 + 0.8, in double, of the upper body-drift bins.
-double driftGainG(const FrameCtx& ctx);
-
-// CalType 22's own stages in tempRange 2 (caltype22.cpp).
-float bodyDrift22(const FrameCtx& ctx);
-float warmShift22(const FrameCtx& ctx, CalState& st);
-float driftGain22(int32_t drift, const FrameCtx& ctx);
-
-float bodyDrift(Body form, const FrameCtx& ctx);
-float warmShift(Shift form, const FrameCtx& ctx, CalState& st);
-float driftCounts(Drift form, int32_t drift, const FrameCtx& ctx);
-
-// The older four-range frame: the stages in hundredths, as exported.
-int32_t early12(const FourRange&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
-int32_t realtime12(const FourRange&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
-                   float distance);
-
-// The per-frame call in hundredths, in each result form its own.
-int32_t frameHundredths(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity,
-                        float distance);
-
-// The per-frame call in degrees: the long layout reports whole degrees. The
-// per-pixel call is a plan and a kernel (pixel.hpp).
-float frameDegrees(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
-float frameDegrees(const FourRange&, CalState&, uint8_t* block, int32_t gray, float emissivity,
-                   float distance);
 
 }  // namespace kalviro::direct

@@ -44,8 +44,16 @@ inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::Clo
 inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::ExactGrayFirst, Publish::Shift, seed};
 inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad, J::ExactIntDrift, Publish::Shift, noSeed};
 
+// 12 and 60 run the four-range frame; their branches are unused.
+inline constexpr Branch kFourRange{G::Grid25, S::Plain, B::Bins25, H::ClockPlain, D::Plain, J::Int, Publish::Zero, noSeed};
+constexpr Recipe fourRange(int32_t calType, Emissivity emissivity) {
+    return Recipe{calType, read, kFourRange, kFourRange, kFourRange, co, emissivity, A::C2, noBoost, R::Hundredths,
+                  StageForm::FourRange};
+}
+
 inline constexpr Recipe kRecipes[] = {
     // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
+    fourRange(12, E::Table),
     {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
     {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
     {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Publish::Shift, noSeed},
@@ -75,6 +83,7 @@ inline constexpr Recipe kRecipes[] = {
     {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed},
                    {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad, J::Int, Publish::Shift, noSeed},
                    k20Range4, oc, E::Table, A::C1, boost, R::Hundredths},
+    fourRange(60, E::Polynomial),
     {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths},
     {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::QuadLongRun, J::Int, Publish::Shift, noSeed},
                    co, E::Polynomial, A::C1, boost, R::Hundredths},
@@ -85,10 +94,6 @@ inline constexpr Recipe kRecipes[] = {
     {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
 };
 
-inline constexpr FourRange kFourRange[] = {
-    {12, E::Table},
-    {60, E::Polynomial},
-};
 // clang-format on
 
 }  // namespace recipe_words
@@ -96,7 +101,10 @@ inline constexpr FourRange kFourRange[] = {
 constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
 constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
 
-constexpr const FourRange* fourRangeFor(int32_t calType) { return rowOf(recipe_words::kFourRange, calType); }
-constexpr bool hasFourRange(int32_t calType) { return rowIndexOf(recipe_words::kFourRange, calType) >= 0; }
+// Whether the CalType's row runs the four-range frame, by number.
+constexpr bool runsFourRange(int32_t calType) {
+    const int i = rowIndexOf(recipe_words::kRecipes, calType);
+    return i >= 0 && recipe_words::kRecipes[i].stage == StageForm::FourRange;
+}
 
 }  // namespace kalviro::direct

@@ -1,13 +1,13 @@
 // The two stages of a Direct CalType, walked in the order a gray value goes
 // through them: the per-frame stage's steps (the skeleton runs them), then
 // atmosphere, emissivity and final scaling.
+#include "direct/stage.hpp"
 #include "core/atmosphere.hpp"
 #include "core/block.hpp"
 #include "core/frame.hpp"
 #include "core/frame_stage.hpp"
 #include "core/numeric.hpp"
 #include "direct/pixel.hpp"
-#include "direct/recipe.hpp"
 
 namespace kalviro::direct {
 namespace {
@@ -86,6 +86,9 @@ int32_t frameHundredths(const Recipe& r, CalState& st, uint8_t* block, int32_t g
 
 float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                    float distance) {
+    if (r.stage == StageForm::FourRange) {
+        return static_cast<float>(early12(r, st, block, gray, emissivity, distance)) / 100.0f;
+    }
     const int32_t h = frameHundredths(r, st, block, gray, emissivity, distance);
     return r.result == Result::Hundredths ? static_cast<float>(h) / 100.0f : static_cast<float>(h / 100);
 }

@@ -3,7 +3,7 @@
 // rule computes; warmHold is applied by the stage.
 #include "core/block.hpp"
 #include "core/numeric.hpp"
-#include "direct/recipe.hpp"
+#include "direct/stage.hpp"
 
 namespace kalviro::direct {
 namespace {

@@ -48,7 +48,7 @@ double pivotOf(Body form, float xb, const Frame& f) {
 // the gain bg[k] over the rest of the curve.
 float limited(float constB, const BodyDrift& body, float xb, const Frame& f) {
     if (body.limiter == Limiter::None || !(xb < 45.0f)) return constB;
-    const float gIn = f.c.gf;
+    const float gf = f.c.gf;
     float q, top, gain;
     if (body.limiter == Limiter::L1) {
         q = f.curve.point[6];     // mark[5]
@@ -59,9 +59,9 @@ float limited(float constB, const BodyDrift& body, float xb, const Frame& f) {
         top = f.curve.point[7];  // gc[7] * g
         gain = f.c.b[2];
     }
-    if (!(gIn > q)) return constB;
+    if (!(gf > q)) return constB;
     return static_cast<float>(static_cast<double>(constB) *
-                              (1.0 - static_cast<double>(((gIn - q) * gain) / (top - q))));
+                              (1.0 - static_cast<double>(((gf - q) * gain) / (top - q))));
 }
 
 }  // namespace

@@ -1,19 +1,42 @@
-// The ladder family as the dispatch sees it: the per-frame call here
-// (stage.cpp), the per-pixel call as a plan and a kernel (pixel.hpp), each in
-// the family's result form.
+// The ladder family as the dispatch sees it (the interface is described in
+// api/families.hpp): its row, the per-frame call (stage.cpp) and the
+// per-pixel call as a plan and a kernel (pixel.hpp, pixel_kernel.hpp).
 #pragma once
 
 #include <cstdint>
 
 #include "core/state.hpp"
+#include "kalviro.hpp"
 #include "ladder/pixel.hpp"
-#include "ladder/recipe.hpp"
+#include "ladder/pixel_kernel.hpp"
+#include "ladder/recipes.hpp"
+#include "ladder/stage.hpp"
 
 namespace kalviro::ladder {
 
-// Degrees: hundredths divided by 100.0 in single precision, or whole degrees
-// in the long layout.
-float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
-                   float distance);
+struct Trait {
+    using Row = Recipe;
+    using Plan = PixelPlan;
+
+    static constexpr bool owns(Family f) { return f == Family::Ladder || f == Family::Ladder4; }
+    static constexpr bool hasRow(int32_t calType) { return hasRecipe(calType); }
+    static constexpr const Row* rowFor(int32_t calType) { return recipeFor(calType); }
+    static constexpr bool fourRange(int32_t calType) { return runsFourRange(calType); }
+
+    static float frame(const Row& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                       float distance) {
+        return frameDegrees(r, st, block, gray, emissivity, distance);
+    }
+    // A plan for many gray values takes the ladder's polynomial of every bin
+    // at once.
+    static Plan plan(const Row& r, const CalState& st, const uint8_t* block, float emissivity, float distance,
+                     bool many) {
+        return pixelPlan(r, st, block, emissivity, distance, many);
+    }
+    template <typename L>
+    static typename L::F kernel(const Plan& p, typename L::I gray) {
+        return pixelDegrees<L>(p, gray);
+    }
+};
 
 }  // namespace kalviro::ladder

@@ -12,6 +12,7 @@
 #include "core/frame_stage.hpp"
 #include "core/grids.hpp"
 #include "core/lookup_value.hpp"
+#include "core/rows.hpp"
 
 namespace kalviro::ladder {
 
@@ -22,40 +23,43 @@ enum class DriftForm : uint8_t { NE, NC, Read };
 // The static that carries the air temperature to the per-pixel call.
 enum class Channel : uint8_t { CH1, CH2 };
 
-// The curve scale g that tracks the sensor temperature (S0 to S16; 134 has
-// its own). Points from curve index `from` on are multiplied by it.
+// The curve scale g that tracks the sensor temperature, numbered S0 to S16
+// as the catalogue numbers them (134 has its own). Points from curve index
+// `from` on are multiplied by it. In scale.cpp: e = dIT, p = itSlope (bg[14]
+// where the row switches and e <= 0), dg = driftGain, bias = curveBias; each
+// polynomial is evaluated in double in the order written there.
 enum class Scale : uint8_t {
-    None,
-    S0,
-    S1,
-    S2,
-    S3,
-    S4,
-    S5,
-    S6,
-    S7,
-    S8,
-    S9,
-    S10,
-    S11,
-    S12,
-    S13,
-    S14,
-    S15,
-    S16,
-    S134,
+    None,  // g = 1
+    S0,    // dg
+    S1,    // dg + 4.5e-5 e^2 + 0.013644 e + (p / 100) e
+    S2,    // dg + 3.5e-5 e^2 + 0.013047 e + (p / 100) e
+    S3,    // 0.007685 e - 6e-6 e^2 + dg + (p / 100) e
+    S4,    // dg + (0.011893 e + 2.2e-5 e^2 + (p / 1000) e)
+    S5,    // (p / 100) e + dg + 2.2e-5 e^2 + 0.011469 e
+    S6,    // as S5 with 0.011847 e
+    S7,    // 0.007414 e - 5e-6 e^2 + dg + (p / 100) e
+    S8,    // dg + (0.007686 e - 1e-5 e^2 + (p / 100) e)
+    S9,    // the cubic -9.17e-7 e^3 - 3.81e-5 e^2 + 0.00789 e + dg
+    S10,   // dg + p e, in float
+    S11,   // 1 - (-4.6e-5 e^2 - 0.014246 e + p e + bias)
+    S12,   // 1 - (p e + bias)
+    S13,   // 1 - ((p / 100) e - 6e-6 e^2 - 0.009817 e + bias)
+    S14,   // 1 - ((p / 100) e + 9e-6 e^2 - 0.00883 e + bias)
+    S15,   // 1 - ((p / 100) e + bias)
+    S16,   // dg + (p e) / 5
+    S134,  // S9, less e * 0.01 / 35 while c5 is above itRefTemp
 };
 
 // Body drift: const_b from the shutter or sensor temperatures.
 // The pivot forms multiply by the weight of xb's bin where the row names
 // weights; p0 is the curve's lowest point, scaled where the curve is.
 enum class Body : uint8_t {
-    Bins81,      // the 81 table on m, K = driftGain * 0.2 + 0.8
+    Bins81,      // the body-drift bins of CalType 81 on m, K = driftGain * 0.2 + 0.8
     Bins101,     // the 81 table with K = driftGain, + 0.08, + 0.1
     Poly92R2,    // polynomial in itDelta, tempRange 2
     Poly92R3,    // polynomial in itDelta, tempRange 3
     Mid25,       // ((gc[0] / 155.0) * 0.5) * (25 - m)
-    Mid25Sum83,  // 83: on the shutter sum, bg[1] while the sum is below 20
+    Mid25Sum83,  // CalType 83: Mid25 on the shutter sum, bg[1] while the sum is below 20
     Slope20T1,   // (20 - c1) * s[0]
     UpperBins,   // B = (25 - m) * k by bins closed at the top
     Curve,       // a curve factor at xb times the weight of its bin
@@ -76,7 +80,9 @@ enum class Xb : uint8_t { MeanCH20, CH3p20, CH2p20, CH2p15, T2p20, T2p15, CH2, T
 // on above.
 enum class CurveForm : uint8_t { None, B, BFrom0, BFrom0To50, D, DFrom0, E };
 
-// Weight lists by bin of xb (or of c2).
+// Weight lists by bin of xb (or of c2), W73 to W138 named after the CalType
+// that introduced them (weights.cpp). L(k, x0) is the gain interpolated from
+// bg[k] to bg[k+1] over the bin starting at x0.
 enum class Weights : uint8_t {
     None,
     TableB,       // table B: extrapolated gains below 20 and from 75
@@ -84,20 +90,20 @@ enum class Weights : uint8_t {
     TableBLong,   // table B as a - k * (b - a) and q + k * (q - p)
     TableBPrime,  // table B' of 131
     B3,           // table B3 of 71: b[7] read by no bin
-    W73,
-    W133,
-    W74,
-    W75,
-    W135,
-    W76,
-    W136,
-    W138,
-    W85,
-    W96,  // on the bins of curve E
-    W134,
-    Three,      // bg[0] below 45, 1 in [45, 50), bg[1] from 50
-    W3,         // Three with slopes bg[4] and bg[5]
-    Hot35,      // driftGain if c2 > 35, else 1
+    W73,    // table gains below 0, bg[0], L(0, 5) to L(7, 40), bg[8] sloped to 55, bg[9] to 70, bg[10..13]
+    W133,   // W73 with 1 in [45, 50) and bg[9] from 50 to 70
+    W74,    // 0.1 + 0.05 a bin below -5, bg[0..8] + bg[11] slopes to 40, bg[9] + bg[11], bg[10] and its tail
+    W75,    // bg[0] below 0, L(0, 0) to L(10, 50), bg[11] to 70, then its tail
+    W135,   // W75 without the tail: bg[11] from 55
+    W76,    // W75 to 55, bg[11] to 65, L(11, 65), bg[12]
+    W136,   // W75 to 55, bg[11] to 70, L(11, 70), bg[12]
+    W138,   // W75 to 50, bg[10] from 50
+    W85,    // on the bins of curve E: bg[0] to bg[3], 1, then driftGain
+    W96,    // W85 stepping from gain to gain over bins 1 to 3, rising to driftGain over [30, 35)
+    W134,   // 134's literals less bg[0], rising 0.06 over each bin, to 50; bg[1] to bg[8] to 90; bg[9]
+    Three,  // bg[0] below 45, 1 in [45, 50), bg[1] from 50
+    W3,     // Three with slopes bg[4] and bg[5]
+    Hot35,  // driftGain if c2 > 35, else 1
     T2Steps96,  // by c2: bg[0], 1, the rise to driftGain, 1 at 35, driftGain
 };
 
@@ -187,18 +193,18 @@ struct Branch {
     bool seedWCH5;  // wCH5 takes itRefTemp while still 0
 };
 
-// The stage a recipe runs: the skeleton with its branches, the skeleton of
-// the long layout (111, 121: drift read from the block, const_CH1 set only by
-// a branch, whole degrees from the per-frame call), or the four-range frame
-// it shares with 12 and 60 (61, 62).
-enum class StageForm : uint8_t { Skeleton, Long, FourRange };
-
 // Per-pixel pipeline.
 enum class Atmosphere : uint8_t { Plain, LensTable, RangeLinear, NoLens };
 enum class Final : uint8_t { Plain, Window, Trim, WindowTableCH, WindowTableSelf, LongBase, LongFixed };
-// Gray normalisation: Standard, or A (61, 62: the drift from the block), B
-// (83), C (92), D (130, 131).
-enum class GrayVariant : uint8_t { Standard, A, B, C, D };
+// Gray normalisation of the per-pixel call, the variants named A to D as the
+// catalogue names them (pixel.cpp, pixel_kernel.hpp).
+enum class GrayVariant : uint8_t {
+    Standard,  // gray - grayRef + grayBias, less const_b, moved by const_R and const_d
+    A,         // 61, 62: the four-range drift from the block in place of const_d
+    B,         // 83: stretched above a curve point by a bin gain (tempCH5 below 20 in range 3)
+    C,         // 92: adds const_b in tempRange 2 and 3
+    D,         // 130, 131: B's stretch by driftGain; tempRange 4 without const_b
+};
 
 struct Pixel {
     uint8_t rows[4];  // rows searched in tempRange 2, 3, 4, 5

@@ -11,7 +11,7 @@
 #include "core/lookup_value.hpp"
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
-#include "ladder/family.hpp"
+#include "ladder/pixel.hpp"
 
 namespace kalviro::ladder {
 namespace {

@@ -53,4 +53,9 @@ float multipliedDrift(Drift table, int32_t N, const Frame& f, const CalState& st
 // temperature of gray returned.
 float stage(const Recipe& r, CalState& st, uint8_t* block, int32_t gray);
 
+// The per-frame call in degrees: hundredths divided by 100.0 in single
+// precision, or whole degrees in the long layout.
+float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                   float distance);
+
 }  // namespace kalviro::ladder

@@ -121,16 +121,16 @@ float ramp(const Frame& f) {
 }
 
 float warmShift(Shift form, const Frame& f, CalState& st) {
-    const float dW = f.c.w;
+    const float w = f.c.w;
     const float* gc = f.gc;
     const float* mark = f.curve.point + 1;  // mark[r], the grayHigh of row r
     const Band limits{f.low, f.high};
     switch (form) {
         case Shift::None: return 0.0f;
         case Shift::FadeG3:
-            if (dW < f.low) {
+            if (w < f.low) {
                 st.xd = gc[3];
-            } else if (dW > f.high) {
+            } else if (w > f.high) {
                 st.xd = 0.0f;
             } else {
                 st.xd = ramp(f) * gc[3];
@@ -140,31 +140,31 @@ float warmShift(Shift form, const Frame& f, CalState& st) {
             // Tested from below: limits the wrong way round give the full
             // third up to warmDiffLow.
             const double third = static_cast<double>(gc[4]) / 3.0;
-            if (dW <= f.low) {
+            if (w <= f.low) {
                 st.xd = static_cast<float>(third);
-            } else if (dW <= f.high) {
+            } else if (w <= f.high) {
                 st.xd = static_cast<float>(static_cast<double>(ramp(f)) * third);
             } else {
                 st.xd = 0.0f;
             }
             return st.xd / f.divisor;
         }
-        case Shift::Clock1200: return f.c.upTime < 1200 && dW < f.low ? clockRamp(1200, f) : 0.0f;
-        case Shift::Clock3000: return f.c.upTime < 3000 && dW < f.low ? clockRamp(3000, f) : 0.0f;
+        case Shift::Clock1200: return f.c.upTime < 1200 && w < f.low ? clockRamp(1200, f) : 0.0f;
+        case Shift::Clock3000: return f.c.upTime < 3000 && w < f.low ? clockRamp(3000, f) : 0.0f;
         case Shift::Band83:
             // Inside the band no shift, above it the ramp turns negative.
-            if (dW < f.low) return static_cast<float>(halfStep(f));
-            if (dW > f.high) return static_cast<float>(halfStep(f) * static_cast<double>(ramp(f)));
+            if (w < f.low) return static_cast<float>(halfStep(f));
+            if (w > f.high) return static_cast<float>(halfStep(f) * static_cast<double>(ramp(f)));
             return 0.0f;
         case Shift::Ramp1800:
-            return f.c.upTime < 1800 && dW < f.high
+            return f.c.upTime < 1800 && w < f.high
                        ? static_cast<float>(halfStep(f) * static_cast<double>(ramp(f)))
                        : 0.0f;
         case Shift::Half102:
             st.xd = static_cast<float>(0.5 * static_cast<double>(gc[1] - gc[0]));
-            if (dW > f.high) {
+            if (w > f.high) {
                 st.xd = 0.0f;
-            } else if (dW >= f.low) {
+            } else if (w >= f.low) {
                 st.xd = st.xd * ramp(f);
             }
             return st.xd / f.divisor;

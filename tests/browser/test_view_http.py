@@ -262,6 +262,14 @@ def test_writes_nothing_and_stops_on_ctrl_c(work, tmp_path):
     assert list(tmp_path.iterdir()) == []
 
 
+def test_ctrl_c_right_after_the_url_stops(work):
+    # The signal may come before the server has begun to listen.
+    for _ in range(3):
+        v = Viewer([str(work / "rec.raw"), "--caltype", str(CALTYPE)])
+        code, err = v.stop()
+        assert code == 0 and err.strip().endswith("kalviro: viewer stopped"), err
+
+
 def test_opens_the_browser_only_with_a_display(work, tmp_path):
     # A stand-in for xdg-open says what it was asked to open.
     opener = tmp_path / "bin" / "xdg-open"

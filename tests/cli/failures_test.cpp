@@ -213,8 +213,18 @@ INSTANTIATE_TEST_SUITE_P(
         EdgeCase{"Temp2GrayNegativeFrame", "temp2gray two.raw --caltype 21 --frame=-1 --temp 30", 2,
                  "frames count from 0"},
         EdgeCase{"InfoCsvOneFrame", "info two.raw --caltype 21 --csv --frame 1", 2, "--csv"},
-        EdgeCase{"UnknownCommand", "frobnicate two.raw", 2, "unknown command 'frobnicate'"},
-        EdgeCase{"ConvertHelp", "convert --help", 0, "the camera's CalType; REQUIRED"}),
+        EdgeCase{
+            "UnknownCommand", "frobnicate two.raw", 2,
+            "unknown command 'frobnicate'; the commands are list, info, convert, synth, temp2gray, view"},
+        EdgeCase{"ConvertHelp", "convert --help", 0, "the camera's CalType; REQUIRED"},
+        // Each subcommand's own options, under its own name.
+        EdgeCase{"ListHelp", "list --help", 0, "--json"},
+        EdgeCase{"InfoHelp", "info --help", 0, "every frame's settings, one CSV row a frame"},
+        EdgeCase{"SynthHelp", "synth --help", 0, "also write the scene's temperatures"},
+        EdgeCase{"Temp2GrayHelp", "temp2gray --help", 0, "temperature in degrees"},
+        EdgeCase{"ViewHelp", "view --help", 0, "only print the URL"},
+        EdgeCase{"ListTakesNoFile", "list two.raw", 2, "two.raw"},
+        EdgeCase{"ViewPortOutOfRange", "view two.raw --caltype 21 --port 0", 2, "--port"}),
     [](const ::testing::TestParamInfo<EdgeCase>& i) { return std::string(i.param.name); });
 
 // Every output names the unit of its temperatures.
