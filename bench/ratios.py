@@ -43,6 +43,8 @@ GOALS = [
     Goal("c at least 1.7x faster than b on the full range", "full b/c", lambda v: v >= 1.7, False),
     Goal("f under 6 ns per value where AVX2 is present", "f", lambda v: v < 6.0, True),
     Goal("a at most 15 ns a pixel on the room, 640x512", "room a ns", lambda v: v <= 15.0, False),
+    # On a busy machine the thread's own time is what the run can show.
+    Goal("a at most 15 processor ns a pixel on the room, 640x512", "room a cpu", lambda v: v <= 15.0, False),
 ]
 
 
