@@ -74,7 +74,7 @@ elseif(MODE STREQUAL "pkgconfig")
   file(MAKE_DIRECTORY "${WORK_DIR}")
   set(exe "${WORK_DIR}/consumer_c99")
   run_checked("C99 compile" ${CC} -std=c99 -pedantic-errors -Wall -Wextra -Werror
-    -I${SOURCE_DIR}/apps ${SOURCE_DIR}/tests/install/consumer.c ${flags} -o ${exe})
+    -I${SOURCE_DIR}/apps/frames ${SOURCE_DIR}/tests/install/consumer.c ${flags} -o ${exe})
   run_checked("C consumer" ${exe})
 
 elseif(MODE STREQUAL "cmake")

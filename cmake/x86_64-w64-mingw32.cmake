@@ -15,3 +15,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static-libgcc -static-libstdc++ -Wl,-Bstatic,--whole-archive -lwinpthread -Wl,--no-whole-archive")
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)
+# An inline function of a header is compiled into several objects and the
+# linker keeps one copy. GCC's interprocedural register allocation lets a
+# caller keep values in registers its own copy leaves alone; on Windows,
+# where such functions bind locally, the copy kept may clobber them (a
+# pointer in rcx became garbage in the direct per-pixel kernel). Without it
+# every call follows the ABI, and the code's arithmetic is unchanged.
+set(CMAKE_C_FLAGS_INIT "-fno-ipa-ra")
+set(CMAKE_CXX_FLAGS_INIT "-fno-ipa-ra")

@@ -137,7 +137,8 @@ float countedZeroDistance(int32_t gray, TempFrameInfo* block, float emissivity, 
     return counted(gray, block, emissivity, distance);
 }
 
-KalviroFrameTable gTable;  // scratch, kept between inputs as a caller would
+KalviroFrameTable gTable;  // kept between inputs as a caller would
+KalviroFrameTable gFresh;  // forgotten before each use
 float gOut[kMaxPixels];
 
 struct Input {
@@ -441,12 +442,31 @@ void readingCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
                "kalviro_convert_frame_threads refused a frame");
     FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                "whole frame on two threads differs from one");
+    // A sequence on the kept table: the second half as a frame, then the
+    // whole again; the table keeps what the plan built and adds the rest.
+    const size_t half = in.count / 2;
+    kalviro_convert_frame(real, block, in.pixels + half, in.count - half, in.emissivity, in.distance, gOut,
+                          &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel + half, gOut, (in.count - half) * sizeof *gOut) == 0,
+               "half a frame on the kept table differs from the per-pixel call");
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "a frame after half of it differs from the per-pixel call");
     gCalls = 0;
     kalviro_convert_frame(counted, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
     FUZZ_CHECK(gCalls == hi - lo + 1, "%u conversions for the span %u to %u", gCalls, lo, hi);
     FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
                "whole frame through a plain function differs from the per-pixel call");
     checkUnchanged(before, raw, "kalviro_convert_frame through a plain function", in.calType);
+    // The plain function's entries are no plan's: the next frame rebuilds,
+    // and a fresh table gives the same.
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gTable);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame after a plain function's differs from the per-pixel call");
+    std::memset(gFresh.kept, 0, sizeof gFresh.kept);
+    kalviro_convert_frame(real, block, in.pixels, in.count, in.emissivity, in.distance, gOut, &gFresh);
+    FUZZ_CHECK(std::memcmp(perPixel, gOut, in.count * sizeof *gOut) == 0,
+               "whole frame on a fresh table differs from the per-pixel call");
 }
 
 // The inverse search over the per-frame function reruns it every time.

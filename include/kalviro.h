@@ -226,16 +226,25 @@ KALVIRO_API int32_t KALVIRO_Temp2Gray(Gray2TempFn fn, TempFrameInfo *block, int3
  * found, every gray value between them is converted once into the table
  * (several at a time, on the widest vectors the processor has), and each
  * pixel then reads its entry. The results are those of calling fn on every
- * pixel, bit for bit. The table is the caller's scratch (256 KiB, no
- * initialisation, nothing carried between frames); nothing is allocated. fn
+ * pixel, bit for bit. The table is the caller's (about 258 KiB, no
+ * initialisation needed); nothing is allocated. It remembers which gray
+ * values it holds and for which per-pixel plan: when a frame through a
+ * CalType's own function has the plan of the table's previous frame (the
+ * same statics, emissivity, distance and block fields that the conversion
+ * reads, as between frames of a recording whose camera temperatures have not
+ * moved), only the gray values not built yet are converted. Leave the table
+ * alone between frames, or zero it (memset) after writing into it. fn
  * is a per-pixel function, e.g. from KALVIRO_Gray2Temp_Real_GET, and the
  * CalType's per-frame call must have run for this block; any other function
  * is called once for each gray value from the frame's smallest to its
  * largest. Returns 0, or -1 with nothing written for a null argument or a
  * count that would carry pixels or out past the end of the address space (on
  * a 32-bit host, some count below 2^30). */
+#define KALVIRO_FRAME_TABLE_KEPT 2048
 typedef struct KalviroFrameTable {
     float temp[65536];
+    /* The library's: the plan temp was built for, and the gray values built. */
+    uint64_t kept[KALVIRO_FRAME_TABLE_KEPT / 8];
 } KalviroFrameTable;
 
 KALVIRO_API int32_t kalviro_convert_frame(Gray2TempFn fn, TempFrameInfo *block, const uint16_t *pixels,

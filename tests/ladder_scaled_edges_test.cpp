@@ -60,44 +60,45 @@ INSTANTIATE_TEST_SUITE_P(
 
 // const_d of N = 7 counts. LA to LE and LH multiply by a float, where the
 // row shows a gain by (float)(bg[k] + literal); LF, LG and 134 multiply in
-// double and round once. LI reads the present T1, here w.
-struct LadderEdge {
+// double and round once. LI reads the present c1, here w.
+struct MultiplierEdge {
     const char* name;
-    Drift ladder;
+    Drift table;
     float w;
     float constD;
 };
 
-class LadderAtEdge : public ::testing::TestWithParam<LadderEdge> {};
+class MultiplierAtEdge : public ::testing::TestWithParam<MultiplierEdge> {};
 
-TEST_P(LadderAtEdge, MultipliesByItsRow) {
-    const LadderEdge& l = GetParam();
+TEST_P(MultiplierAtEdge, MultipliesByItsRow) {
+    const MultiplierEdge& l = GetParam();
     const test::Block b = gainBlock();
     Frame f = test::frameOf(b);
     f.c.c1 = l.w;
     CalState st;
     st.w1 = st.w2 = st.ch = st.const_CH1 = l.w;
-    EXPECT_EQ(ladderDrift(l.ladder, 7, f, st), l.constD);
+    EXPECT_EQ(multipliedDrift(l.table, 7, f, st), l.constD);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Ladders, LadderAtEdge,
-    ::testing::Values(LadderEdge{"LDAt65", Drift::LD, 65.0f, 12.59999942779541f},     // 7 * 1.8f
-                      LadderEdge{"LDDip", Drift::LD, 65.5f, 7.0f},                    // (65, 70]: 1.0
-                      LadderEdge{"LDAt70", Drift::LD, 70.0f, 7.0f},                   // still the dip
-                      LadderEdge{"LDAbove70", Drift::LD, 70.5f, 14.0f},               // 2.0
-                      LadderEdge{"LDAt45", Drift::LD, 45.0f, 9.09999942779541f},      // (35, 45]: 1.3
-                      LadderEdge{"LEAt20", Drift::LE, 20.0f, 14.17500114440918f},     // (float)(bg[13] + 0.9)
-                      LadderEdge{"LAAt25", Drift::LA, 25.0f, 7.875f},                 // bg[14] + 0.75
-                      LadderEdge{"LCAt10", Drift::LC, 10.0f, 5.075000286102295f},     // 0.725
-                      LadderEdge{"LFAt25", Drift::LF, 25.0f, 7.0f},                   // (float)N itself
-                      LadderEdge{"LFAbove25", Drift::LF, 25.5f, 7.349999904632568f},  // (float)(7 * 1.05)
-                      LadderEdge{"LHAt25", Drift::LH, 25.0f, 7.0f},                   // [25, 30): 1
-                      LadderEdge{"LHAt50", Drift::LH, 50.0f, 9.625f},                 // 1.375
-                      LadderEdge{"L134At70", Drift::L134, 70.0f, 13.300000190734863f},  // 1.9
-                      LadderEdge{"LIAt25", Drift::LI, 25.0f, 7.0f},                     // T1 <= 25: N
-                      LadderEdge{"LIAt30", Drift::LI, 30.0f, 7.233333110809326f}),      // (5 * 0.2) / 30 + 1
-    caseName<LadderEdge>);
+    MultiplierTables, MultiplierAtEdge,
+    ::testing::Values(MultiplierEdge{"LDAt65", Drift::LD, 65.0f, 12.59999942779541f},  // 7 * 1.8f
+                      MultiplierEdge{"LDDip", Drift::LD, 65.5f, 7.0f},                 // (65, 70]: 1.0
+                      MultiplierEdge{"LDAt70", Drift::LD, 70.0f, 7.0f},                // still the dip
+                      MultiplierEdge{"LDAbove70", Drift::LD, 70.5f, 14.0f},            // 2.0
+                      MultiplierEdge{"LDAt45", Drift::LD, 45.0f, 9.09999942779541f},   // (35, 45]: 1.3
+                      MultiplierEdge{"LEAt20", Drift::LE, 20.0f,
+                                     14.17500114440918f},                  // (float)(bg[13] + 0.9)
+                      MultiplierEdge{"LAAt25", Drift::LA, 25.0f, 7.875f},  // bg[14] + 0.75
+                      MultiplierEdge{"LCAt10", Drift::LC, 10.0f, 5.075000286102295f},     // 0.725
+                      MultiplierEdge{"LFAt25", Drift::LF, 25.0f, 7.0f},                   // (float)N itself
+                      MultiplierEdge{"LFAbove25", Drift::LF, 25.5f, 7.349999904632568f},  // (float)(7 * 1.05)
+                      MultiplierEdge{"LHAt25", Drift::LH, 25.0f, 7.0f},                   // [25, 30): 1
+                      MultiplierEdge{"LHAt50", Drift::LH, 50.0f, 9.625f},                 // 1.375
+                      MultiplierEdge{"L134At70", Drift::L134, 70.0f, 13.300000190734863f},  // 1.9
+                      MultiplierEdge{"LIAt25", Drift::LI, 25.0f, 7.0f},                     // T1 <= 25: N
+                      MultiplierEdge{"LIAt30", Drift::LI, 30.0f, 7.233333110809326f}),  // (5 * 0.2) / 30 + 1
+    caseName<MultiplierEdge>);
 
 // The curve scale g at sensor distance e, driftGain 1.5, itSlope 0.125,
 // bg[14] 0.375, itRefTemp 30.
@@ -117,7 +118,7 @@ TEST_P(CurveScaleAt, FollowsTheSensor) {
     Frame f = test::frameOf(b);
     f.dIT = s.e;
     f.c.c5 = 30.0f + s.e;
-    EXPECT_EQ(curveScale(*branchFor(*memberFor(s.calType), s.range), f), s.g);
+    EXPECT_EQ(curveScale(*branchFor(*recipeFor(s.calType), s.range), f), s.g);
 }
 
 INSTANTIATE_TEST_SUITE_P(

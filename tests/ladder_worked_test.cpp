@@ -30,16 +30,16 @@ struct Worked {
 // they leave, then the same block through a camera. Returns the block as the
 // per-frame call left it.
 Block expectWorked(int calType, Block (*make)(), int32_t gray, float emissivity, const Worked& w) {
-    const Member& m = *memberFor(calType);
+    const Recipe& r = *recipeFor(calType);
     CalState st = initialState(calType);
     Block b = make();
-    const float raw = stage(m, st, b.raw(), gray);
+    const float raw = stage(r, st, b.raw(), gray);
     EXPECT_EQ(raw, w.raw);
-    EXPECT_EQ(frameResult(m, raw, b.raw(), emissivity), w.frame);
+    EXPECT_EQ(frameResult(r, raw, b.raw(), emissivity), w.frame);
     EXPECT_EQ(ladderFactor(emissivity, w.cut, w.baseTemp), w.factor);
     // A plan for one gray value and one with the whole ladder taken at once.
     for (bool eager : {false, true}) {
-        const PixelPlan plan = pixelPlan(m, st, b.raw(), emissivity, 0.0f, eager);
+        const PixelPlan plan = pixelPlan(r, st, b.raw(), emissivity, 0.0f, eager);
         EXPECT_EQ(airApply(plan.air, w.rawPixel), w.apparent);
         EXPECT_EQ(pixelDegrees(plan, gray), static_cast<float>(w.pixel) / 100.0f) << eager;
     }

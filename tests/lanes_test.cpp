@@ -4,6 +4,10 @@
 // call, NaN included.
 #include <gtest/gtest.h>
 
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif
+
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -119,6 +123,33 @@ TEST(LaneChoice, TheEnvironmentNamesTheSetInUse) {
     const LaneBuilders* sets[4];
     runnableLaneBuilders(sets, 4);
     EXPECT_STREQ(kalviro_lanes(), set != nullptr ? wanted : sets[0]->name);
+}
+
+// Without KALVIRO_LANES the set in use is the widest the processor and the
+// system run, as the processor itself reports it here.
+TEST(LaneChoice, TheWidestSetTheProcessorRunsByDefault) {
+    if (std::getenv("KALVIRO_LANES") != nullptr) GTEST_SKIP() << "run with KALVIRO_LANES";
+#if defined(__x86_64__)
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    __cpuid(1, a, b, c, d);
+    const bool osSavesVectors = (c & (1u << 27)) != 0;
+    const bool avx = (c & (1u << 28)) != 0;
+    unsigned xcr0 = 0, xcr0High = 0;
+    if (osSavesVectors) __asm__("xgetbv" : "=a"(xcr0), "=d"(xcr0High) : "c"(0));
+    unsigned leaf7b = 0;
+    if (__get_cpuid_max(0, nullptr) >= 7) __cpuid_count(7, 0, a, leaf7b, c, d);
+    // The system saves SSE and AVX state (bits 1, 2), for AVX-512 also the
+    // mask and upper vector registers (bits 5 to 7).
+    const bool avx2 = avx && (xcr0 & 0x06u) == 0x06u && (leaf7b & (1u << 5)) != 0;
+    const bool avx512 = (xcr0 & 0xe6u) == 0xe6u && (leaf7b & (1u << 16)) != 0;
+    const char* widest = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
+#elif defined(__aarch64__)
+    const char* widest = "neon";
+#else
+    const char* widest = "scalar";
+#endif
+    ASSERT_EQ(kalviro_set_lanes(nullptr), 0);
+    EXPECT_STREQ(kalviro_lanes(), widest);
 }
 
 std::vector<int32_t> allCalTypes() {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #endif
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -87,6 +88,9 @@ struct Target {
     std::function<double(TempFrameInfo*)> getIT;
     std::function<int32_t(TempFrameInfo*, TempPara*)> para;
     std::function<int32_t(TempFrameInfo*, int32_t, int32_t, int32_t, int32_t, int32_t, float)> temp2gray;
+    // The whole-frame call on the target's per-pixel call.
+    std::function<void(const uint16_t*, uint64_t, TempFrameInfo*, float, float, float*, KalviroFrameTable*)>
+        frame;
 };
 
 Target cameraTarget(kalviro::Camera& cam) {
@@ -97,7 +101,9 @@ Target cameraTarget(kalviro::Camera& cam) {
             [&](TempFrameInfo* b, TempPara* p) { return cam.getTempPara(b, p); },
             [&](TempFrameInfo* b, int32_t t0, int32_t t1, int32_t g0, int32_t g1, int32_t to, float e) {
                 return cam.temp2gray(b, t0, t1, g0, g1, to, e);
-            }};
+            },
+            [&](const uint16_t* px, uint64_t n, TempFrameInfo* b, float e, float d, float* out,
+                KalviroFrameTable* table) { cam.realFrame(px, n, b, e, d, out, *table); }};
 }
 
 // A path of plain functions, each taking the same first argument (a handle, a
@@ -105,9 +111,13 @@ Target cameraTarget(kalviro::Camera& cam) {
 template <typename Key, typename Init, typename Once, typename Real, typename GetIT, typename Para>
 Target boundTarget(Key key, Init init, Once once, Real real, GetIT getIT, Para para) {
     using namespace std::placeholders;
-    return {std::bind(init, key, _1, _2, _3, _4), std::bind(once, key, _1, _2, _3, _4),
-            std::bind(real, key, _1, _2, _3, _4), std::bind(getIT, key, _1),
-            std::bind(para, key, _1, _2),         nullptr};
+    return {std::bind(init, key, _1, _2, _3, _4),
+            std::bind(once, key, _1, _2, _3, _4),
+            std::bind(real, key, _1, _2, _3, _4),
+            std::bind(getIT, key, _1),
+            std::bind(para, key, _1, _2),
+            nullptr,
+            nullptr};
 }
 
 Target handleTarget(kalviro_camera* cam) {
@@ -115,6 +125,7 @@ Target handleTarget(kalviro_camera* cam) {
     Target t = boundTarget(cam, kalviro_camera_gray2temp_init, kalviro_camera_gray2temp_once,
                            kalviro_camera_gray2temp_real, kalviro_camera_getit, kalviro_camera_temppara);
     t.temp2gray = std::bind(kalviro_camera_temp2gray, cam, _1, _2, _3, _4, _5, _6, _7);
+    t.frame = std::bind(kalviro_camera_convert_frame, cam, _3, _1, _2, _4, _5, _6, _7, 1);
     return t;
 }
 
@@ -124,6 +135,8 @@ Target cTarget(int32_t calType) {
                            KALVIRO_GetIT, KALVIRO_GetTempPara);
     t.temp2gray =
         std::bind(KALVIRO_Temp2Gray, KALVIRO_Gray2Temp_Real_GET(calType), _1, _2, _3, _4, _5, _6, _7);
+    t.frame =
+        std::bind(kalviro_convert_frame, KALVIRO_Gray2Temp_Real_GET(calType), _3, _1, _2, _4, _5, _6, _7);
     return t;
 }
 
@@ -136,6 +149,11 @@ std::vector<std::string> replay(const Sequence& seq, const Target& t) {
     uint8_t* raw = buffer.data() + 1;
     auto* block = reinterpret_cast<TempFrameInfo*>(raw);
     std::vector<uint8_t> beforeFrame;
+    // Each per-pixel result comes again from a small frame on a table kept
+    // through the sequence: its gray value and one towards the last one's, so
+    // that frames of one plan share entries and those of another rebuild.
+    auto table = std::make_unique<KalviroFrameTable>();
+    int32_t lastGray = 0;
     auto fail = [&](int line, const std::string& what) {
         bad.push_back(seq.file + ":" + std::to_string(line) + ": " + what);
     };
@@ -165,6 +183,17 @@ std::vector<std::string> replay(const Sequence& seq, const Target& t) {
                               bitsOf(got), static_cast<double>(got), r.c_str(),
                               static_cast<double>(asFloat(hex32(r))));
                 fail(number, msg);
+            }
+            if (kind == "REAL" && t.frame && gray >= 0 && gray <= 65535) {
+                const uint16_t px[2] = {
+                    static_cast<uint16_t>(gray),
+                    static_cast<uint16_t>(std::clamp(lastGray, gray - 1024, gray + 1024))};
+                float out[2] = {};
+                t.frame(px, 2, block, em, di, out, table.get());
+                if (bitsOf(out[0]) != hex32(r)) fail(number, "REAL " + std::to_string(gray) + " as a frame");
+                if (bitsOf(out[1]) != bitsOf(t.real(px[1], block, em, di)))
+                    fail(number, "REAL " + std::to_string(px[1]) + " as a frame");
+                lastGray = gray;
             }
         } else if (kind == "WRITES") {
             std::vector<uint8_t> expect = beforeFrame;

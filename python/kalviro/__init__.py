@@ -29,9 +29,10 @@ except ImportError as _error:
         f"(Debian: apt-get install python3-numpy; else: {os.path.basename(sys.executable)} -m pip install numpy)"
     ) from _error
 
-from . import _archive, _kalviro
+from . import _kalviro
 from ._fields import FIELD_UNITS, read_fields
 from ._recording import Recording, Scan, check_emissivity, frame_size, scan
+from ._recording import open_recording as _open_recording
 from ._kalviro import DEFAULT_EMISSIVITY, __version__, version
 
 if TYPE_CHECKING:
@@ -134,15 +135,10 @@ def read_frames(
     not a whole number of frames, OSError when the file cannot be read or
     shrinks while it is read.
     """
-    if _archive.is_archive(path):
-        return _archive.read_archive(path, width, height)
-    if width is None or height is None:
-        raise TypeError(f"read_frames: a raw file ({os.fspath(path)}) needs width and height")
-    rec = Recording(path, width, height)
-    return _frames(rec)
+    return _frames(_open_recording(path, width, height))
 
 
-def _frames(rec: Recording) -> Iterator[Tuple[Image, bytearray]]:
+def _frames(rec) -> Iterator[Tuple[Image, bytearray]]:
     try:
         for k in range(rec.frames):
             image = rec.rows(k)
@@ -208,8 +204,6 @@ under another raises ValueError.
         threads > 1 shares each frame among that many threads.
         """
         if isinstance(frames, (str, os.PathLike)):
-            if (width is None or height is None) and not _archive.is_archive(frames):
-                raise TypeError("convert_sequence: a raw file needs width and height")
             frames = read_frames(frames, width, height)
         return (self.convert(image, block, emissivity, distance, threads=threads) for image, block in frames)
 

@@ -18,7 +18,7 @@ from typing import Optional, Tuple
 import numpy as np
 
 from . import _kalviro
-from ._archive import BLOCK_TAG, is_archive
+from ._archive import CountsArchive, is_archive
 
 BLOCK_SIZE = 512
 # How often a scan keeps the camera's state unless told: a chunk of frames
@@ -123,96 +123,6 @@ class Recording:
         if sys.byteorder == "big":
             image.byteswap(inplace=True)  # the file's values are little-endian
         return image
-
-
-class CountsArchive:
-    """A gray-value archive written by `kalviro convert --counts`: a TIFF of
-    uint16 pages, each with its frame's block in tag 65432. Read with
-    tifffile, a page at a time."""
-
-    def __init__(self, path, width=None, height=None, frames: Optional[int] = None):
-        try:
-            import tifffile
-        except ImportError as error:
-            raise ImportError(
-                f"reading a --counts archive needs tifffile (Debian: python3-tifffile): {error}"
-            ) from error
-        self.path = os.fspath(path)
-        self._page, self._image = None, None
-        try:
-            pages = self._file().pages
-            count = len(pages)
-            shape = pages[0].shape if count else None
-        except Exception as error:  # tifffile's own errors, and what it lets through
-            self.close()
-            raise OSError(f"{self.path}: not a readable gray-value archive: {error}") from error
-        if count == 0:
-            self.close()
-            raise ValueError(f"{self.path}: the archive holds no frame")
-        if len(shape) != 2:
-            self.close()
-            raise ValueError(f"{self.path}: pages of shape {shape}, expected height x width gray values")
-        self.height, self.width = shape
-        if (width is not None and width != self.width) or (height is not None and height != self.height):
-            self.close()
-            raise ValueError(f"{self.path}: frames of {self.width} x {self.height}, not {width} x {height}")
-        if frames is not None and count < frames:
-            self.close()
-            raise OSError(f"{self.path}: the archive is shorter than when it was opened ({count} frames, not {frames})")
-        self.frames = count if frames is None else frames
-
-    def _file(self):
-        tif = self.__dict__.get("_tif")
-        if tif is None:
-            import tifffile
-
-            tif = self._tif = tifffile.TiffFile(self.path)
-        return tif
-
-    def __getstate__(self):
-        return {k: v for k, v in self.__dict__.items() if k not in ("_tif", "_page", "_image")}
-
-    def __setstate__(self, state):
-        self.__dict__.update(state, _page=None, _image=None)
-
-    def close(self):
-        tif = self.__dict__.pop("_tif", None)
-        if tif is not None:
-            tif.close()
-
-    def __del__(self):
-        self.close()
-
-    def _read(self, k: int, what: str):
-        try:
-            page = self._file().pages[k]
-            if what == "block":
-                tag = page.tags.get(BLOCK_TAG)
-                if tag is None:
-                    raise ValueError(f"{self.path}: page {k} holds no block: not an archive of kalviro convert --counts")
-                block = bytes(np.asarray(tag.value, np.uint8).tobytes()) if not isinstance(tag.value, bytes) else tag.value
-                if len(block) != BLOCK_SIZE:
-                    raise ValueError(f"{self.path}: page {k}'s block is {len(block)} bytes, not {BLOCK_SIZE}")
-                return bytearray(block)
-            if self._page != k:
-                image = page.asarray()
-                if image.shape != (self.height, self.width) or image.dtype != np.uint16:
-                    raise ValueError(f"{self.path}: page {k} is {image.shape} {image.dtype}, not the first page's")
-                self._page, self._image = k, image
-            return self._image
-        except ValueError:
-            raise
-        except Exception as error:
-            raise OSError(f"{self.path}: frame {k} cannot be read: {error}") from error
-
-    def block(self, k: int) -> bytearray:
-        return self._read(k, "block")
-
-    def first_gray(self, k: int) -> int:
-        return int(self._read(k, "image")[0, 0])
-
-    def rows(self, k: int, y0: int = 0, y1: Optional[int] = None) -> np.ndarray:
-        return np.array(self._read(k, "image")[y0 : self.height if y1 is None else y1], np.uint16)
 
 
 def open_recording(path, width=None, height=None, frames: Optional[int] = None):

@@ -25,7 +25,7 @@ constexpr Module makeModule(const CalTypeInfo& c) {
         case Family::Direct: m.direct = direct::recipeFor(c.calType); break;
         case Family::Direct4: m.direct4 = direct::fourRangeFor(c.calType); break;
         case Family::Ladder:
-        case Family::Ladder4: m.ladder = ladder::memberFor(c.calType); break;
+        case Family::Ladder4: m.ladder = ladder::recipeFor(c.calType); break;
     }
     return m;
 }
@@ -42,7 +42,7 @@ constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_C
 constexpr bool rowMatchesFamily(int32_t nn, Family f) {
     return (f == Family::Direct) == direct::hasRecipe(nn) &&
            (f == Family::Direct4) == direct::hasFourRange(nn) &&
-           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasMember(nn) &&
+           (f == Family::Ladder || f == Family::Ladder4) == ladder::hasRecipe(nn) &&
            (f == Family::Ladder4) == ladder::runsFourRange(nn);
 }
 #define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family) \
@@ -204,13 +204,49 @@ void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block,
              [&](const auto& plan) { buildWith(set, plan, first, count, out); });
 }
 
+namespace {
+
+// All that a table built through a plan depends on: the plan's bytes, the
+// rows it points at by value (a camera's copy holds them elsewhere), and the
+// lanes, so that a switch of sets builds afresh. Plans point at nothing else
+// that changes.
+template <typename Plan>
+struct TableKey {
+    const LaneBuilders* set;
+    Plan plan;
+    TempSegment rows[std::extent<decltype(CalState::tempdata)>::value];
+};
+
+template <typename Plan>
+void fillKey(TableKey<Plan>& k, const Plan& plan, const CalState& st) {
+    static_assert(std::is_trivially_copyable<Plan>::value, "a plan is compared byte for byte");
+    std::memset(&k, 0, sizeof k);  // the padding too
+    k.set = &laneBuilders();
+    std::memcpy(&k.plan, &plan, sizeof plan);
+    k.plan.rows = nullptr;
+    // A plan's padding holds whatever its builders' temporaries left there:
+    // equal plans would otherwise differ, and every frame would rebuild.
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_clear_padding)
+    __builtin_clear_padding(&k.plan);
+#endif
+#endif
+    std::memcpy(k.rows, st.tempdata, sizeof k.rows);
+}
+
+}  // namespace
+
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,
                   int32_t threads) {
     if (block == nullptr) return;
     withPlan(m, st, bytes(block), emissivity, distance, true, [&](const auto& plan) {
         using Plan = std::decay_t<decltype(plan)>;
-        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan}, pixels, count, out, table, threads);
+        static_assert(sizeof(TableKey<Plan>) <= kKeyRoom, "the table has no room for the key");
+        TableKey<Plan> key;
+        fillKey(key, plan, st);
+        frameThrough(SpanBuilder{spanOnLanesInUse<Plan>, &plan, &key, sizeof key}, pixels, count, out, table,
+                     threads);
     });
 }
 

@@ -36,6 +36,40 @@ struct Pieces {
     }
 };
 
+// What a table keeps between frames, in its kept bytes: the builder and key
+// its entries were built with, and the gray values [lo, hi] they cover.
+struct Kept {
+    int32_t lo, hi;
+    uint32_t keySize, unused;
+    uint64_t build;
+};
+static_assert(sizeof(Kept) + kKeyRoom == sizeof(KalviroFrameTable::kept), "the key's room");
+
+unsigned char* keptBytes(KalviroFrameTable& t) { return reinterpret_cast<unsigned char*>(t.kept); }
+
+uint64_t builderId(const SpanBuilder& b) {
+    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(b.build));
+}
+
+// The gray values the table holds for this builder and key: none (lo > hi)
+// unless it was last built under the same key bytes.
+Kept keptFor(KalviroFrameTable& t, const SpanBuilder& b) {
+    Kept k;
+    std::memcpy(&k, keptBytes(t), sizeof k);
+    const bool same = b.key != nullptr && b.keySize <= kKeyRoom && k.keySize == b.keySize &&
+                      k.build == builderId(b) && k.lo >= 0 && k.lo <= k.hi && k.hi <= 0xffff &&
+                      std::memcmp(keptBytes(t) + sizeof k, b.key, b.keySize) == 0;
+    if (!same) k.lo = 1, k.hi = 0;
+    return k;
+}
+
+void keep(KalviroFrameTable& t, const SpanBuilder& b, int32_t lo, int32_t hi) {
+    const bool keyed = b.key != nullptr && b.keySize <= kKeyRoom;
+    const Kept k{lo, hi, keyed ? b.keySize : 0u, 0u, keyed ? builderId(b) : 0u};
+    std::memcpy(keptBytes(t), &k, sizeof k);
+    if (keyed) std::memcpy(keptBytes(t) + sizeof k, b.key, b.keySize);
+}
+
 struct FrameJob {
     SpanBuilder builder;
     const uint16_t* pixels;
@@ -43,6 +77,7 @@ struct FrameJob {
     float* out;
     float* table;
     uint64_t pixelPieces;
+    int32_t keptLo, keptHi;  // entries valid from an earlier frame
     Pieces range, build, gather;
     std::atomic<uint32_t> lo{0xffff}, hi{0};
 };
@@ -94,13 +129,19 @@ void part(void* ctx, int k, int) {
     const auto lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
     const auto hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
 
-    // Its table, in pieces on multiples of kGrayPiece.
+    // Its table, in pieces on multiples of kGrayPiece; the entries still
+    // valid from an earlier frame are left as they are.
     const int32_t first = lo / kGrayPiece;
     const auto grayPieces = static_cast<uint64_t>(hi / kGrayPiece - first + 1);
+    const auto build = [&job](int32_t from, int32_t to) {
+        if (from < to) job.builder.build(job.builder.ctx, from, to - from, job.table + from);
+    };
     job.build.work(grayPieces, [&](uint64_t i) {
         const int32_t from = std::max(lo, (first + static_cast<int32_t>(i)) * kGrayPiece);
         const int32_t to = std::min(hi + 1, (first + static_cast<int32_t>(i) + 1) * kGrayPiece);
-        job.builder.build(job.builder.ctx, from, to - from, job.table + from);
+        if (job.keptLo > job.keptHi) return build(from, to);
+        build(from, std::min(to, job.keptLo));
+        build(std::max(from, job.keptHi + 1), to);
     });
     job.build.wait(grayPieces);
 
@@ -117,11 +158,26 @@ void part(void* ctx, int k, int) {
 void frameThrough(const SpanBuilder& builder, const uint16_t* pixels, uint64_t count, float* out,
                   KalviroFrameTable& table, int32_t threads) {
     if (count == 0) return;
+    Kept kept = keptFor(table, builder);
+    // The table holds the span of the last frame alone until this frame is done.
+    keep(table, SpanBuilder{}, 1, 0);
     // lo and hi start at the ends of their search: braces would make them 0
     // and the table would always be built from gray value 0.
-    FrameJob job{builder, pixels, count, out,      table.temp, (count + kPixelPiece - 1) / kPixelPiece,
-                 {},      {},     {},    {0xffff}, {0}};
+    FrameJob job{builder, pixels,  count, out, table.temp, (count + kPixelPiece - 1) / kPixelPiece,
+                 kept.lo, kept.hi, {},    {},  {},         {0xffff},
+                 {0}};
     runTogether(count < kThreadsPay ? 1 : threads, part, &job);
+
+    // What is valid now: the frame's span, joined to the earlier entries where
+    // the two meet. Apart, the earlier ones are dropped: keeping them would
+    // mean building the gap between.
+    int32_t lo = static_cast<int32_t>(job.lo.load(std::memory_order_relaxed));
+    int32_t hi = static_cast<int32_t>(job.hi.load(std::memory_order_relaxed));
+    if (kept.lo <= kept.hi && kept.lo <= hi + 1 && lo <= kept.hi + 1) {
+        lo = std::min(lo, kept.lo);
+        hi = std::max(hi, kept.hi);
+    }
+    keep(table, builder, lo, hi);
 }
 
 }  // namespace kalviro

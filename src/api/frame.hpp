@@ -27,10 +27,18 @@ inline bool frameArgumentsUsable(const TempFrameInfo* block, const uint16_t* pix
 }
 
 // Fills out[i] with the temperature of gray value first + i, i < count.
+// key, where there is one, holds all that the results depend on besides the
+// gray value: entries a table built under the same key bytes stay valid.
+// Without one the table is rebuilt for every frame.
 struct SpanBuilder {
     void (*build)(const void* ctx, int32_t first, int32_t count, float* out);
     const void* ctx;
+    const void* key = nullptr;
+    uint32_t keySize = 0;
 };
+
+// The room a key may take in the table.
+constexpr uint32_t kKeyRoom = KALVIRO_FRAME_TABLE_KEPT - 24;
 
 // The frame through the builder, on up to `threads` threads.
 void frameThrough(const SpanBuilder& builder, const uint16_t* pixels, uint64_t count, float* out,

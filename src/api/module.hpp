@@ -17,7 +17,7 @@ struct Recipe;
 struct FourRange;
 }  // namespace direct
 namespace ladder {
-struct Member;
+struct Recipe;
 }
 
 struct Module {
@@ -27,7 +27,7 @@ struct Module {
     // The family's row; only the one of the module's family is set.
     const direct::Recipe* direct;      // Family::Direct
     const direct::FourRange* direct4;  // Family::Direct4
-    const ladder::Member* ladder;      // Family::Ladder, Family::Ladder4
+    const ladder::Recipe* ladder;      // Family::Ladder, Family::Ladder4
 };
 
 // Position of a CalType in the one list, or -1: where its module, its

@@ -31,12 +31,12 @@ struct CalState {
     float const_U = 0.0f;        // driftGain of 12, 60, 61, 62 (four_range.cpp)
     float wCH5 = 0.0f;           // the wCH5 seed; CalType 22's warm rule reads and writes it
     float xd = 0.0f;             // warm-up shift before division; per frame, read only by its own stage
-    float w1 = 0.0f;             // ladder latch of T1 (Latch::W1); read by ladders LD, LE, bands W1
-    float w2 = 0.0f;             // ladder latch of T1 (Latch::W2); ladders LA-LC, LF, LG, band W2
+    float w1 = 0.0f;             // ladder latch of c1 (Latch::W1); read by multiplier tables LD, LE, bands W1
+    float w2 = 0.0f;             // ladder latch of c1 (Latch::W2); multipliers LA-LC, LF, LG, band W2
     float dT = 0.0f;             // lower warm-up limit latched on the first frame (Direct 50-55, 110, 120;
                                  // ladder 111, 121), degrees
     float dCH5 = 0.0f;           // upper limit latched with it
-    float ch = 0.0f;             // ladder latch of T1 (Latch::Ch); ladder LH
+    float ch = 0.0f;             // ladder latch of c1 (Latch::Ch); multiplier table LH
     int32_t flag = 1;            // 1 until the ladder latches w1, w2 or ch
     int32_t init_flag = 0;       // 1 once dT and dCH5 are latched
     PeakSet lens[2]{{0.0f, 0, 0.0f}, {0.0f, 0, 0.0f}};  // CalType 22 alone, per lensType 1 and 2

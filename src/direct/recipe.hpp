@@ -1,7 +1,7 @@
 // A Direct CalType as data: for each tempRange the grid, body drift, shift,
 // drift rule and join it takes, and the tail that ends both stages. The
-// engine (engine.cpp) runs a recipe; the stage alternatives live in
-// body_drift.cpp and shift.cpp.
+// per-frame stage (stage.cpp) and the per-pixel plan (pixel.cpp) run a
+// recipe; the stage alternatives live in body_drift.cpp and warm_shift.cpp.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ namespace kalviro::direct {
 // Body drift: the gray correction const_b from the shutter temperatures.
 enum class Body : uint8_t {
     Bins25,       // bins of m around the 25-degree point
-    BinsHigh21,   // tempRange 4 of the baseline: bins of m on (25 - m) * k
+    BinsHigh21,   // CalType 21, tempRange 4: bins of m on (25 - m) * k
     Mid25,        // ((g[0] / 155) * 0.5) * (25 - m)
     Mid25Ext,     // Mid25 times driftGainExt / 100 (CalType 25)
     Mid45,        // ((g[0] / 155) * 0.5) * (45 - mb)
@@ -138,8 +138,9 @@ int32_t early12(const FourRange&, CalState&, uint8_t* block, int32_t gray, float
 int32_t realtime12(const FourRange&, const CalState&, const uint8_t* block, int32_t gray, float emissivity,
                    float distance);
 
-// The Direct stages; each result form is its own.
-int32_t engineEarly(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity, float distance);
+// The per-frame call in hundredths, in each result form its own.
+int32_t frameHundredths(const Recipe&, CalState&, uint8_t* block, int32_t gray, float emissivity,
+                        float distance);
 
 // The per-frame call in degrees: the long layout reports whole degrees. The
 // per-pixel call is a plan and a kernel (pixel.hpp).

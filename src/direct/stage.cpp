@@ -72,8 +72,8 @@ float frameAir(Air air, const FrameCtx& c) { return air == Air::C2 ? c.c2 : c.c1
 
 }  // namespace
 
-int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
-                    float distance) {
+int32_t frameHundredths(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                        float distance) {
     Frame f{};
     const float T = frameStage<Steps>(r, st, block, gray, f);
     const float air = frameAir(r.air, f.c);
@@ -86,7 +86,7 @@ int32_t engineEarly(const Recipe& r, CalState& st, uint8_t* block, int32_t gray,
 
 float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                    float distance) {
-    const int32_t h = engineEarly(r, st, block, gray, emissivity, distance);
+    const int32_t h = frameHundredths(r, st, block, gray, emissivity, distance);
     return r.result == Result::Hundredths ? static_cast<float>(h) / 100.0f : static_cast<float>(h / 100);
 }
 

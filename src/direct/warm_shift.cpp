@@ -1,6 +1,6 @@
 // Warm-up shift: how far the curve moves while the camera warms up, and the
 // drift counts that join the gray value. Each form returns the shift s the
-// rule computes; warmHold is applied by the engine.
+// rule computes; warmHold is applied by the stage.
 #include "core/block.hpp"
 #include "core/numeric.hpp"
 #include "direct/recipe.hpp"

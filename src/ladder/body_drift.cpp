@@ -51,11 +51,11 @@ float limited(float constB, const BodyDrift& body, float xb, const Frame& f) {
     const float gIn = f.c.gf;
     float q, top, gain;
     if (body.limiter == Limiter::L1) {
-        q = f.curve.point[6];     // m[5]
+        q = f.curve.point[6];     // mark[5]
         top = f.curve.point[12];  // m[11]
         gain = f.c.b[10];
     } else {
-        q = f.curve.point[2];    // gc[2], or m[1] where it is scaled
+        q = f.curve.point[2];    // gc[2], or mark[1] where it is scaled
         top = f.curve.point[7];  // gc[7] * g
         gain = f.c.b[2];
     }

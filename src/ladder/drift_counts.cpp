@@ -1,5 +1,5 @@
-// The ladders of const_d: the drift counts N scaled by a multiplier chosen
-// by the temperature latched at the camera's first frame (w1, w2, ch), so a
+// The multiplier tables of const_d (LA to LI): the drift counts N scaled by a
+// multiplier chosen by the temperature latched at the camera's first frame (w1, w2, ch), so a
 // camera that started cold takes less drift than one that started warm.
 #include "core/block.hpp"
 #include "ladder/stage.hpp"
@@ -11,7 +11,7 @@ namespace {
 // the literal in double and one rounding.
 enum class Math : uint8_t { Float, Double };
 
-struct LadderDef {
+struct MultiplierTable {
     bool lowerClosed;  // LH: [lower, upper); all others (lower, upper]
     Math math;
     int8_t gain;  // bg[gain] + literal in the first `gained` bins, -1: none
@@ -22,7 +22,7 @@ struct LadderDef {
 };
 
 // clang-format off
-constexpr LadderDef kLadders[] = {
+constexpr MultiplierTable kMultipliers[] = {
     /* LA */ {false, Math::Float, 14, 10, 10, {-20, -15, -10, -5, 0, 5, 10, 15, 20, 25},
               {0.3, 0.35, 0.4, 0.45, 0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 1}},
     /* LB */ {false, Math::Float, -1, 0, 10, {-20, -15, -10, -5, 0, 5, 10, 15, 20, 25},
@@ -44,24 +44,24 @@ constexpr LadderDef kLadders[] = {
 };
 // clang-format on
 
-const LadderDef* defOf(Drift ladder) {
-    switch (ladder) {
-        case Drift::LA: return &kLadders[0];
-        case Drift::LB: return &kLadders[1];
-        case Drift::LC: return &kLadders[2];
-        case Drift::LD: return &kLadders[3];
-        case Drift::LE: return &kLadders[4];
-        case Drift::LF: return &kLadders[5];
-        case Drift::LG: return &kLadders[6];
-        case Drift::LH: return &kLadders[7];
-        case Drift::L134: return &kLadders[8];
+const MultiplierTable* defOf(Drift table) {
+    switch (table) {
+        case Drift::LA: return &kMultipliers[0];
+        case Drift::LB: return &kMultipliers[1];
+        case Drift::LC: return &kMultipliers[2];
+        case Drift::LD: return &kMultipliers[3];
+        case Drift::LE: return &kMultipliers[4];
+        case Drift::LF: return &kMultipliers[5];
+        case Drift::LG: return &kMultipliers[6];
+        case Drift::LH: return &kMultipliers[7];
+        case Drift::L134: return &kMultipliers[8];
         default: return nullptr;
     }
 }
 
-// The latched temperature each ladder reads.
-float latched(Drift ladder, const CalState& st) {
-    switch (ladder) {
+// The latched temperature each table reads.
+float latched(Drift table, const CalState& st) {
+    switch (table) {
         case Drift::LD:
         case Drift::LE: return st.w1;
         case Drift::LH: return st.ch;
@@ -69,7 +69,7 @@ float latched(Drift ladder, const CalState& st) {
     }
 }
 
-int binOf(const LadderDef& d, float w) {
+int binOf(const MultiplierTable& d, float w) {
     int bin = 0;
     if (d.lowerClosed) {
         while (bin < d.edges && !(w < d.edge[bin])) ++bin;
@@ -81,9 +81,9 @@ int binOf(const LadderDef& d, float w) {
 
 }  // namespace
 
-float ladderDrift(Drift ladder, int32_t N, const Frame& f, const CalState& st) {
+float multipliedDrift(Drift table, int32_t N, const Frame& f, const CalState& st) {
     const float n = static_cast<float>(N);
-    if (ladder == Drift::LI) {
+    if (table == Drift::LI) {
         // 132 has no latch: the present tempCH1, read back from its static.
         if (f.c.c1 <= 25.0f) return n;
         const float k = static_cast<float>((static_cast<double>(st.const_CH1 - 25.0f) * 0.2) /
@@ -91,9 +91,9 @@ float ladderDrift(Drift ladder, int32_t N, const Frame& f, const CalState& st) {
                                            1.0);
         return n * k;
     }
-    const LadderDef* d = defOf(ladder);
+    const MultiplierTable* d = defOf(table);
     if (d == nullptr) return n;
-    const int bin = binOf(*d, latched(ladder, st));
+    const int bin = binOf(*d, latched(table, st));
     const double value = d->value[bin];
     if (d->math == Math::Double) return static_cast<float>(static_cast<double>(n) * value);
     const float k = bin < d->gained ? static_cast<float>(static_cast<double>(f.c.b[d->gain]) + value)

@@ -82,7 +82,7 @@ inline constexpr uint32_t kPlanWords[] = {
 
 // A plan for many gray values (eager) evaluates the ladder's polynomial of
 // every bin once; one for a single gray value evaluates the one it needs.
-PixelPlan pixelPlan(const Member& m, const CalState& st, const uint8_t* block, float emissivity,
+PixelPlan pixelPlan(const Recipe& r, const CalState& st, const uint8_t* block, float emissivity,
                     float distance, bool eager);
 
 // The per-pixel result in degrees: hundredths divided by 100 in single
@@ -104,7 +104,7 @@ int32_t windowTableSelf(float V, float T, float W);
 
 // The per-frame result of the frame's raw temperature in hundredths
 // (frame_result.cpp); 61 and 62 take the atmosphere from the block.
-int32_t frameResult(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
-int32_t frameResultFourRange(const Member& m, float rawTemp, const uint8_t* block, float emissivity);
+int32_t frameResult(const Recipe& r, float rawTemp, const uint8_t* block, float emissivity);
+int32_t frameResultFourRange(const Recipe& r, float rawTemp, const uint8_t* block, float emissivity);
 
 }  // namespace kalviro::ladder

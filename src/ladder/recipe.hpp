@@ -2,8 +2,9 @@
 // stage (grid and curve scale, body drift, latch, warm-up shift, drift
 // counts, lookup value), then its per-pixel pipeline (rows searched,
 // atmosphere, gray variant, final form) and the exponent of its per-frame
-// result. The engines run a row; the alternatives are named here and defined
-// beside the engine that runs them.
+// result. The per-frame stage (stage.cpp) and the per-pixel plan (pixel.cpp)
+// run a recipe; the alternatives are named here and defined in the files
+// named after them.
 #pragma once
 
 #include <cstdint>
@@ -49,21 +50,21 @@ enum class Scale : uint8_t {
 // The pivot forms multiply by the weight of xb's bin where the row names
 // weights; p0 is the curve's lowest point, scaled where the curve is.
 enum class Body : uint8_t {
-    Bins81,      // the 81 table on meanCH, K = driftGain * 0.2 + 0.8
+    Bins81,      // the 81 table on m, K = driftGain * 0.2 + 0.8
     Bins101,     // the 81 table with K = driftGain, + 0.08, + 0.1
     Poly92R2,    // polynomial in itDelta, tempRange 2
     Poly92R3,    // polynomial in itDelta, tempRange 3
-    Mid25,       // ((gc[0] / 155.0) * 0.5) * (25 - meanCH)
+    Mid25,       // ((gc[0] / 155.0) * 0.5) * (25 - m)
     Mid25Sum83,  // 83: on the shutter sum, bg[1] while the sum is below 20
-    Slope20T1,   // (20 - T1) * s[0]
-    UpperBins,   // B = (25 - meanCH) * k by bins closed at the top
+    Slope20T1,   // (20 - c1) * s[0]
+    UpperBins,   // B = (25 - m) * k by bins closed at the top
     Curve,       // a curve factor at xb times the weight of its bin
     Pivot155,    // (45 - xb) * ((p0 / 155.0) * 0.5)
     PivotFifth,  // (45 - xb) * ((p0 / 155.0) / 5.0)
     Pivot75,     // (45 - xb) * (p0 / 75.0)
     PivotSlope,  // (45 - xb) * s[0]
     Fifth75,     // (25 - shutterCH2) * ((p0 / 75.0) / 5.0)
-    SlopeMean,   // (25 - meanCH) * s[0]
+    SlopeMean,   // (25 - m) * s[0]
     SlopeCH2,    // (25 - shutterCH2) * s[0]
 };
 
@@ -75,7 +76,7 @@ enum class Xb : uint8_t { MeanCH20, CH3p20, CH2p20, CH2p15, T2p20, T2p15, CH2, T
 // on above.
 enum class CurveForm : uint8_t { None, B, BFrom0, BFrom0To50, D, DFrom0, E };
 
-// Weight lists by bin of xb (or of T2).
+// Weight lists by bin of xb (or of c2).
 enum class Weights : uint8_t {
     None,
     TableB,       // table B: extrapolated gains below 20 and from 75
@@ -96,12 +97,12 @@ enum class Weights : uint8_t {
     W134,
     Three,      // bg[0] below 45, 1 in [45, 50), bg[1] from 50
     W3,         // Three with slopes bg[4] and bg[5]
-    Hot35,      // driftGain if T2 > 35, else 1
-    T2Steps96,  // by T2: bg[0], 1, the rise to driftGain, 1 at 35, driftGain
+    Hot35,      // driftGain if c2 > 35, else 1
+    T2Steps96,  // by c2: bg[0], 1, the rise to driftGain, 1 at 35, driftGain
 };
 
-// Limiters of const_b for hot pixels, below xb 45: L1 above m[5] by bg[10],
-// L2 above gc[2] (or m[1]) by bg[2].
+// Limiters of const_b for hot pixels, below xb 45: L1 above mark[5] by bg[10],
+// L2 above gc[2] (or mark[1]) by bg[2].
 enum class Limiter : uint8_t { None, L1, L2 };
 
 struct BodyDrift {
@@ -112,12 +113,12 @@ struct BodyDrift {
     Limiter limiter;
 };
 
-// The first-frame latch a branch holds: T1 of the first frame that reaches a
+// The first-frame latch a branch holds: c1 of the first frame that reaches a
 // latching branch of the module.
 enum class Latch : uint8_t { None, W1, W2, Ch };
 
 // Warm-up shift: xd where the rule has one, and D.
-enum class Warm : uint8_t {
+enum class Shift : uint8_t {
     None,          // D = 0
     FadeG3,        // xd from gc[3], faded between the limits
     FadeThird4,    // xd from gc[4] / 3.0, faded, the lower limit inside
@@ -126,20 +127,20 @@ enum class Warm : uint8_t {
     Band83,        // the half step below the band, none inside, ramped above
     Ramp1800,      // the half step times ramp, below upTime 1800 and warmDiffHigh
     Half102,       // xd = 0.5 * (gc[1] - gc[0]), ramped from warmDiffLow
-    W1Mark6,       // band W1 on xd with M = m[6]
-    W1Mark4,       // band W1 on xd with M = m[4]
-    W2Mark6,       // band W2 on xd with M = m[6]
+    W1Mark6,       // band W1 on xd with M = mark[6]
+    W1Mark4,       // band W1 on xd with M = mark[4]
+    W2Mark6,       // band W2 on xd with M = mark[6]
     W1Half,        // band W1 on D with M = ((gc[1] - gc[0]) * 0.5) / warmDivisor
-    W1HalfScaled,  // band W1 on D with M = ((m[0] - gc[0] * g) * 0.5) / warmDivisor
+    W1HalfScaled,  // band W1 on D with M = ((mark[0] - gc[0] * g) * 0.5) / warmDivisor
     W1HalfH,       // W1HalfScaled times h of the latched w2
     W2HalfH,       // the same by band W2
     W3Gc4,         // band W3 with A = gc[4] / warmDivisor
-    W3Mark4,       // band W3 with A = m[4] / warmDivisor
-    W3Step,        // band W3 with A = (m[0] - gc[0] * g) / warmDivisor
+    W3Mark4,       // band W3 with A = mark[4] / warmDivisor
+    W3Step,        // band W3 with A = (mark[0] - gc[0] * g) / warmDivisor
     W3Raw,         // band W3 with A = (gc[1] - gc[0]) / warmDivisor
-    W3Mark4H134,   // band W3 with A = (m[4] / warmDivisor) * h of 134
+    W3Mark4H134,   // band W3 with A = (mark[4] / warmDivisor) * h of 134
     LensLatch,     // 111, 121: limits latched from the first frame, lensType 1
-    ClockAlways,   // the half step ramped out by upTime 1200, whatever dW
+    ClockAlways,   // the half step ramped out by upTime 1200, whatever w
 };
 
 // const_d from the shutter drift counts N.
@@ -149,16 +150,18 @@ enum class Drift : uint8_t {
     TimesB4To5000,  // (float)N * bg[4] below upTime 5000, then 0
     Periods,        // Quad and the warm rule in the first clock period, Quad
                     // without shift in the second, the long-run drift after
-    LA,
-    LB,
-    LC,
-    LD,
-    LE,
-    LF,
-    LG,
-    LH,
-    LI,
-    L134,  // the ladder on the latched temperature
+    // The multiplier tables LA to LI (drift_counts.cpp): N times the
+    // multiplier of the bin of a latched temperature.
+    LA,    // w2; bg[14] added in the ten lowest bins
+    LB,    // w2; 0.3 to 1 by 5 degrees
+    LC,    // w2; 0.45 to 1
+    LD,    // w1; 0.4 to 2.0 over eighteen edges
+    LE,    // w1; bg[13] added in the nine lowest bins
+    LF,    // w2; in double, 0.475 to 2.35
+    LG,    // w2; in double, 0.45 to 1.45
+    LH,    // ch; bins closed below
+    LI,    // 132: no latch, c1 above 25 degrees scales by itRefTemp
+    L134,  // 134's multiplier table on the latched temperature
 };
 
 // Clock periods of Drift::Periods: the first ends below `first`, the second
@@ -176,7 +179,7 @@ struct Branch {
     Steps steps;
     BodyDrift body;
     Latch latch;
-    Warm warm;
+    Shift shift;
     Drift drift;
     Periods periods;
     Join join;
@@ -184,7 +187,7 @@ struct Branch {
     bool seedWCH5;  // wCH5 takes itRefTemp while still 0
 };
 
-// The stage a member runs: the skeleton with its branches, the skeleton of
+// The stage a recipe runs: the skeleton with its branches, the skeleton of
 // the long layout (111, 121: drift read from the block, const_CH1 set only by
 // a branch, whole degrees from the per-frame call), or the four-range frame
 // it shares with 12 and 60 (61, 62).
@@ -211,7 +214,7 @@ struct Pixel {
 enum class Exponent : uint8_t { Plain, Distance };
 enum class Exp : uint8_t { My, Library };
 
-struct Member {
+struct Recipe {
     int32_t calType;
     StageForm stage;
     DriftForm drift;
@@ -222,11 +225,11 @@ struct Member {
     Exp exp;
 };
 
-inline const Branch* branchFor(const Member& m, int32_t range) {
+inline const Branch* branchFor(const Recipe& r, int32_t range) {
     switch (range) {
-        case 2: return &m.range2;
-        case 3: return &m.range3;
-        case 4: return &m.range4;
+        case 2: return &r.range2;
+        case 3: return &r.range3;
+        case 4: return &r.range4;
         default: return nullptr;
     }
 }

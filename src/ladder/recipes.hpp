@@ -9,12 +9,12 @@
 #include "ladder/recipe.hpp"
 
 namespace kalviro::ladder {
-namespace member_words {
+namespace recipe_words {
 
 using G = GridId;
 using S = Steps;
 using B = Body;
-using W = Warm;
+using W = Shift;
 using D = Drift;
 using J = Join;
 using A = Atmosphere;
@@ -85,7 +85,7 @@ inline constexpr Pixel kSelf1411{{14, 11, 7, 0}, A::LensTable, false, F::WindowT
 // The rows of 61 and 62 run the four-range frame; their branches are unused.
 inline constexpr Branch kFourRange{G::Grid25, Sc::None, 0, noSw, S::Plain, fixed(B::Bins81), L::None, W::None, D::Plain, none, J::Int, zero, noSeed};
 
-inline constexpr Member kMembers[] = {
+inline constexpr Recipe kRecipes[] = {
     // calType, stage, drift, air, tempRange 2, 3, 4, per-pixel, per-frame exponent and exp
     {61, StageForm::FourRange, DriftForm::Read, Channel::CH2, kFourRange, kFourRange, kFourRange,
         {{12, 12, 7, 9}, A::Plain, false, F::Window, Channel::CH2, V::A}, Exponent::Distance, Exp::My},
@@ -213,15 +213,15 @@ inline constexpr Member kMembers[] = {
 };
 // clang-format on
 
-}  // namespace member_words
+}  // namespace recipe_words
 
-constexpr const Member* memberFor(int32_t calType) { return rowOf(member_words::kMembers, calType); }
-constexpr bool hasMember(int32_t calType) { return rowIndexOf(member_words::kMembers, calType) >= 0; }
+constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
+constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
 
 // Whether the CalType's row runs the four-range frame, by number.
 constexpr bool runsFourRange(int32_t calType) {
-    const int i = rowIndexOf(member_words::kMembers, calType);
-    return i >= 0 && member_words::kMembers[i].stage == StageForm::FourRange;
+    const int i = rowIndexOf(recipe_words::kRecipes, calType);
+    return i >= 0 && recipe_words::kRecipes[i].stage == StageForm::FourRange;
 }
 
 }  // namespace kalviro::ladder

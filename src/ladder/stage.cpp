@@ -1,14 +1,17 @@
 // The per-frame stage of a ladder CalType, in the order of its steps:
 // opening, shutter drift, the branch of the tempRange (seed of wCH5, slopes,
-// body drift, warm-up shift, drift counts, rows, lookup), and warmShift.
+// body drift, warm-up shift, drift counts, rows, lookup), and warmShift; then
+// the per-frame call in each result form.
 #include "ladder/stage.hpp"
 
 #include "core/block.hpp"
+#include "core/four_range.hpp"
 #include "core/frame_stage.hpp"
 #include "core/grids.hpp"
 #include "core/lookup_value.hpp"
 #include "core/numeric.hpp"
 #include "core/segment_table.hpp"
+#include "ladder/family.hpp"
 
 namespace kalviro::ladder {
 namespace {
@@ -29,7 +32,7 @@ float driftCounts(const Branch& br, int32_t N, const Frame& f, const CalState& s
         case Drift::LG:
         case Drift::LH:
         case Drift::LI:
-        case Drift::L134: return ladderDrift(br.drift, N, f, st);
+        case Drift::L134: return multipliedDrift(br.drift, N, f, st);
         case Drift::Periods: {
             if (f.c.upTime < br.periods.first) return quadDrift(N);
             D = 0.0f;
@@ -53,7 +56,7 @@ RowTest rowTest(Join join) {
     }
 }
 
-// The first frame that reaches a latching branch fixes its static to T1;
+// The first frame that reaches a latching branch fixes its static to c1;
 // one flag serves both statics, so only that frame's static ever latches.
 void latch(Latch which, const Frame& f, CalState& st) {
     if (which == Latch::None || st.flag != 1) return;
@@ -68,17 +71,17 @@ void latch(Latch which, const Frame& f, CalState& st) {
 
 // The ladder steps of the per-frame stage.
 struct Steps {
-    using Row = Member;
+    using Row = Recipe;
     using Branch = ladder::Branch;
     using Frame = ladder::Frame;
 
-    static Frame frame(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
+    static Frame frame(const Recipe& r, CalState& st, uint8_t* block, int32_t gray) {
         Frame f{};
         f.c = frameCtx(block, static_cast<float>(normalisedGray(block, gray)));
         for (int k = 0; k < 12; ++k) f.gc[k] = f.c.g[k];
         // The long layout keeps tempCH1 only from a branch that runs.
-        const bool longForm = m.stage == StageForm::Long;
-        if (m.channel == Channel::CH2) {
+        const bool longForm = r.stage == StageForm::Long;
+        if (r.channel == Channel::CH2) {
             st.const_CH2 = f.c.c2;
         } else if (!longForm) {
             st.const_CH1 = f.c.c1;
@@ -88,13 +91,13 @@ struct Steps {
         f.high = get(block, field::warmDiffHigh);
         f.divisor = get(block, field::warmDivisor);
         f.driftGain = get(block, field::driftGain);
-        f.rampW = f.c.c5 - (m.channel == Channel::CH1 && !longForm ? st.const_CH1 : f.c.c1);
+        f.rampW = f.c.c5 - (r.channel == Channel::CH1 && !longForm ? st.const_CH1 : f.c.c1);
         f.sh2 = get(block, field::shutterCH2);
         f.sh3 = get(block, field::shutterCH3);
-        if (m.drift == DriftForm::Read) {
+        if (r.drift == DriftForm::Read) {
             f.N = get(block, field::shutterDrift);
         } else {
-            f.N = shutterDriftCounts(block, m.drift == DriftForm::NE ? DriftSensor::CH2 : DriftSensor::CH5);
+            f.N = shutterDriftCounts(block, r.drift == DriftForm::NE ? DriftSensor::CH2 : DriftSensor::CH5);
             set(block, field::shutterDrift, f.N);
         }
         return f;
@@ -113,7 +116,7 @@ struct Steps {
     }
     static float warmShift(const Branch& br, const Frame& f, CalState& st) {
         latch(br.latch, f, st);
-        return ladder::warmShift(br.warm, f, st);
+        return ladder::warmShift(br.shift, f, st);
     }
     static float driftCounts(const Branch& br, const Frame& f, const CalState& st, float& D) {
         return ladder::driftCounts(br, f.N, f, st, D);
@@ -122,17 +125,41 @@ struct Steps {
     static float lookupValue(const Branch& br, const Frame& f, const CalState& st) {
         return kalviro::lookupValue(br.join, f.c.gf, st, f.dIT);
     }
-    static RowTest rowTest(const Member&, const Branch& br, int32_t) { return ladder::rowTest(br.join); }
-    static void branchDone(const Member& m, const Frame& f, CalState& st) {
-        if (m.stage == StageForm::Long) st.const_CH1 = f.c.c1;
+    static RowTest rowTest(const Recipe&, const Branch& br, int32_t) { return ladder::rowTest(br.join); }
+    static void branchDone(const Recipe& r, const Frame& f, CalState& st) {
+        if (r.stage == StageForm::Long) st.const_CH1 = f.c.c1;
     }
 };
 
 }  // namespace
 
-float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray) {
+float stage(const Recipe& r, CalState& st, uint8_t* block, int32_t gray) {
     Frame f{};
-    return frameStage<Steps>(m, st, block, gray, f);
+    return frameStage<Steps>(r, st, block, gray, f);
+}
+
+float frameDegrees(const Recipe& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
+                   float distance) {
+    (void)distance;  // the per-frame result takes the block's distance only
+    switch (r.stage) {
+        case StageForm::Skeleton: {
+            const float raw = stage(r, st, block, gray);
+            return static_cast<float>(frameResult(r, raw, block, emissivity)) / 100.0f;
+        }
+        case StageForm::Long: {
+            const float raw = stage(r, st, block, gray);
+            const int32_t hundredths = frameResult(r, raw, block, emissivity);
+            // The first frame's limits are kept from here on.
+            if (st.init_flag == 0) st.init_flag = 1;
+            return static_cast<float>(hundredths / 100);
+        }
+        case StageForm::FourRange: {
+            const FourRangeLookup look = fourRangeFrame(st, block, gray, FourRangeMath::Ladder);
+            if (r.channel == Channel::CH1) st.const_CH1 = st.const_CH2;
+            return static_cast<float>(frameResultFourRange(r, look.raw, block, emissivity)) / 100.0f;
+        }
+    }
+    return 0.0f;
 }
 
 }  // namespace kalviro::ladder

@@ -16,26 +16,25 @@
 
 namespace kalviro::ladder {
 
-// The shorthands of a frame. c holds the gains, slopes and temperatures:
-// c.c1 is T1, c.c2 is T2, c.m is meanCH, c.mb is meanCH + 20, c.w is dW,
-// c.gf is gIn; c.g holds the curve points by curve index as the grid in
-// force scales them, gc the raw ones.
+// The shorthands of a frame. c holds the gains, slopes and temperatures in
+// the glossary's words (c1, c2, m, mb, w, gf); c.g holds the curve points by
+// curve index as the grid in force scales them, gc the raw ones.
 struct Frame {
     FrameCtx c;
     float gc[12];
     Curve curve;    // the grid's points in ascending temperature, scaled
-    float dIT;      // T5 - itRefTemp
+    float dIT;      // c5 - itRefTemp
     float low;      // warmDiffLow
     float high;     // warmDiffHigh
     float divisor;  // warmDivisor
     float driftGain;
-    float rampW;     // T5 less the T1 that ramp reads back: const_CH1 where kept
+    float rampW;     // c5 less the c1 that ramp reads back: const_CH1 where kept
     float sh2, sh3;  // shutterCH2, shutterCH3
     float scale;     // g, 1 where the grid has none
     int32_t N;       // shutter drift counts
 };
 
-// 1.0 - (dW - warmDiffLow) / (warmDiffHigh - warmDiffLow), not clamped.
+// 1.0 - (w - warmDiffLow) / (warmDiffHigh - warmDiffLow), not clamped.
 float ramp(const Frame& f);
 
 // The curve scale g of a branch (scale.cpp).
@@ -44,13 +43,14 @@ float curveScale(const Branch& br, const Frame& f);
 float bodyDrift(const BodyDrift& body, const Frame& f);
 
 // Sets xd where the rule has one and returns D.
-float warmShift(Warm form, const Frame& f, CalState& st);
+float warmShift(Shift form, const Frame& f, CalState& st);
 
-// const_d from N by the ladder of the latched temperature (ladders.cpp).
-float ladderDrift(Drift ladder, int32_t N, const Frame& f, const CalState& st);
+// const_d from N by the multiplier table of the latched temperature
+// (drift_counts.cpp).
+float multipliedDrift(Drift table, int32_t N, const Frame& f, const CalState& st);
 
 // The stage: statics and tempdata rebuilt, warmShift published, the raw
 // temperature of gray returned.
-float stage(const Member& m, CalState& st, uint8_t* block, int32_t gray);
+float stage(const Recipe& r, CalState& st, uint8_t* block, int32_t gray);
 
 }  // namespace kalviro::ladder

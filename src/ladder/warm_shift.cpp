@@ -1,5 +1,5 @@
 // Warm-up shift of the ladder stages: how far the curve moves while the
-// camera warms up, by the sensor difference dW and the warm-up clock.
+// camera warms up, by the sensor difference w and the warm-up clock.
 #include "core/block.hpp"
 #include "core/numeric.hpp"
 #include "ladder/stage.hpp"
@@ -12,7 +12,7 @@ double halfStep(const Frame& f) {
     return (static_cast<double>(f.gc[1] - f.gc[0]) * 0.5) / static_cast<double>(f.divisor);
 }
 
-// The same on the scaled curve: ((m[0] - gc[0] * g) * 0.5) / warmDivisor.
+// The same on the scaled curve: ((mark[0] - gc[0] * g) * 0.5) / warmDivisor.
 double halfStepScaled(const Frame& f) {
     return (static_cast<double>(f.curve.point[1] - f.curve.point[0]) * 0.5) / static_cast<double>(f.divisor);
 }
@@ -120,14 +120,14 @@ float ramp(const Frame& f) {
     return static_cast<float>(1.0 - static_cast<double>((f.rampW - f.low) / (f.high - f.low)));
 }
 
-float warmShift(Warm form, const Frame& f, CalState& st) {
+float warmShift(Shift form, const Frame& f, CalState& st) {
     const float dW = f.c.w;
     const float* gc = f.gc;
-    const float* m = f.curve.point + 1;  // m[r], the grayHigh of row r
+    const float* mark = f.curve.point + 1;  // mark[r], the grayHigh of row r
     const Band limits{f.low, f.high};
     switch (form) {
-        case Warm::None: return 0.0f;
-        case Warm::FadeG3:
+        case Shift::None: return 0.0f;
+        case Shift::FadeG3:
             if (dW < f.low) {
                 st.xd = gc[3];
             } else if (dW > f.high) {
@@ -136,7 +136,7 @@ float warmShift(Warm form, const Frame& f, CalState& st) {
                 st.xd = ramp(f) * gc[3];
             }
             return st.xd / f.divisor;
-        case Warm::FadeThird4: {
+        case Shift::FadeThird4: {
             // Tested from below: limits the wrong way round give the full
             // third up to warmDiffLow.
             const double third = static_cast<double>(gc[4]) / 3.0;
@@ -149,18 +149,18 @@ float warmShift(Warm form, const Frame& f, CalState& st) {
             }
             return st.xd / f.divisor;
         }
-        case Warm::Clock1200: return f.c.upTime < 1200 && dW < f.low ? clockRamp(1200, f) : 0.0f;
-        case Warm::Clock3000: return f.c.upTime < 3000 && dW < f.low ? clockRamp(3000, f) : 0.0f;
-        case Warm::Band83:
+        case Shift::Clock1200: return f.c.upTime < 1200 && dW < f.low ? clockRamp(1200, f) : 0.0f;
+        case Shift::Clock3000: return f.c.upTime < 3000 && dW < f.low ? clockRamp(3000, f) : 0.0f;
+        case Shift::Band83:
             // Inside the band no shift, above it the ramp turns negative.
             if (dW < f.low) return static_cast<float>(halfStep(f));
             if (dW > f.high) return static_cast<float>(halfStep(f) * static_cast<double>(ramp(f)));
             return 0.0f;
-        case Warm::Ramp1800:
+        case Shift::Ramp1800:
             return f.c.upTime < 1800 && dW < f.high
                        ? static_cast<float>(halfStep(f) * static_cast<double>(ramp(f)))
                        : 0.0f;
-        case Warm::Half102:
+        case Shift::Half102:
             st.xd = static_cast<float>(0.5 * static_cast<double>(gc[1] - gc[0]));
             if (dW > f.high) {
                 st.xd = 0.0f;
@@ -168,20 +168,20 @@ float warmShift(Warm form, const Frame& f, CalState& st) {
                 st.xd = st.xd * ramp(f);
             }
             return st.xd / f.divisor;
-        case Warm::W1Mark6: st.xd = bandW1(m[6], f, limits); return st.xd / f.divisor;
-        case Warm::W1Mark4: st.xd = bandW1(m[4], f, limits); return st.xd / f.divisor;
-        case Warm::W2Mark6: st.xd = bandW1(m[6], f, bandW2(f, st)); return st.xd / f.divisor;
-        case Warm::W1Half: return bandW1(halfStep(f), f, limits);
-        case Warm::W1HalfScaled: return bandW1(halfStepScaled(f), f, limits);
-        case Warm::W1HalfH: return bandW1(halfStepScaled(f) * hOf(f, st), f, limits);
-        case Warm::W2HalfH: return bandW1(halfStepScaled(f) * hOf(f, st), f, bandW2(f, st));
-        case Warm::W3Gc4: return bandW3(gc[4] / f.divisor, f);
-        case Warm::W3Mark4: return bandW3(m[4] / f.divisor, f);
-        case Warm::W3Step: return bandW3((m[0] - f.curve.point[0]) / f.divisor, f);
-        case Warm::W3Raw: return bandW3((gc[1] - gc[0]) / f.divisor, f);
-        case Warm::W3Mark4H134: return bandW3(static_cast<double>(m[4] / f.divisor) * h134(f, st), f);
-        case Warm::LensLatch: return lensLatch(f, st);
-        case Warm::ClockAlways: return f.c.upTime < 1200 ? clockRamp(1200, f) : 0.0f;
+        case Shift::W1Mark6: st.xd = bandW1(mark[6], f, limits); return st.xd / f.divisor;
+        case Shift::W1Mark4: st.xd = bandW1(mark[4], f, limits); return st.xd / f.divisor;
+        case Shift::W2Mark6: st.xd = bandW1(mark[6], f, bandW2(f, st)); return st.xd / f.divisor;
+        case Shift::W1Half: return bandW1(halfStep(f), f, limits);
+        case Shift::W1HalfScaled: return bandW1(halfStepScaled(f), f, limits);
+        case Shift::W1HalfH: return bandW1(halfStepScaled(f) * hOf(f, st), f, limits);
+        case Shift::W2HalfH: return bandW1(halfStepScaled(f) * hOf(f, st), f, bandW2(f, st));
+        case Shift::W3Gc4: return bandW3(gc[4] / f.divisor, f);
+        case Shift::W3Mark4: return bandW3(mark[4] / f.divisor, f);
+        case Shift::W3Step: return bandW3((mark[0] - f.curve.point[0]) / f.divisor, f);
+        case Shift::W3Raw: return bandW3((gc[1] - gc[0]) / f.divisor, f);
+        case Shift::W3Mark4H134: return bandW3(static_cast<double>(mark[4] / f.divisor) * h134(f, st), f);
+        case Shift::LensLatch: return lensLatch(f, st);
+        case Shift::ClockAlways: return f.c.upTime < 1200 ? clockRamp(1200, f) : 0.0f;
     }
     return 0.0f;
 }

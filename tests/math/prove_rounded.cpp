@@ -13,9 +13,10 @@
 // An argument is settled without MPFR when an evaluation in x87 extended
 // precision (64 bits), with a margin far above its error, lies strictly
 // between the two midpoints around the library's result, or, for exp of
-// an argument above 710, when the library gives +inf. Only the rest go
-// to MPFR (53 bits, the double's exponent range, subnormals rounded once),
-// which is also the sample's sole judge with --mpfr-all. Exits 1 on any
+// an argument above 710, when the library gives +inf (below -746, +0).
+// Only the rest go to MPFR (53 bits, the double's exponent range,
+// subnormals rounded once), which is also the sample's sole judge with
+// --mpfr-all. Exits 1 on any
 // difference, printing the first few. Every run first checks roundedExp's
 // constants against MPFR.
 #include <mpfr.h>
@@ -131,6 +132,14 @@ struct Prover {
             // above 2^1024 and rounds to +inf; extended precision itself
             // overflows from about 11357 on, which would send every larger
             // float to MPFR.
+            ++counts.quick;
+            return;
+        }
+        if (!mpfrAll && x < -746.0 && ours == 0.0 && !std::signbit(ours)) {
+            // -746 lies below -1075 ln 2 = -745.13..., so the exact value lies
+            // below half the smallest subnormal and rounds to +0; extended
+            // precision would lose its own precision there (its subnormals)
+            // and reach 0 from about -11400 on.
             ++counts.quick;
             return;
         }

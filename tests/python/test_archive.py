@@ -2,6 +2,7 @@
 came from: the same images and blocks, the same temperatures."""
 
 import os
+import pickle
 import subprocess
 
 import numpy as np
@@ -40,6 +41,27 @@ def test_frames_and_temperatures_equal_the_raw_files(files):
     temps_a = kalviro.Camera(50).convert_sequence(str(files / "rec.tiff"), emissivity=0.93)
     for t, t_a in zip(temps, temps_a):
         assert t.tobytes() == t_a.tobytes()
+
+
+def test_frames_read_in_any_order_equal_those_read_in_order(files, tmp_path):
+    from kalviro._recording import open_recording
+
+    ordered = list(kalviro.read_frames(files / "rec.tiff"))
+    rec = open_recording(files / "rec.tiff")
+    for reader in (rec, pickle.loads(pickle.dumps(rec))):
+        for k in (2, 0, 1, 1):
+            assert np.array_equal(reader.rows(k), ordered[k][0])
+            assert np.array_equal(reader.rows(k, 30, 31), ordered[k][0][30:31])
+            assert reader.first_gray(k) == ordered[k][0][0, 0] and reader.block(k) == ordered[k][1]
+        reader.close()
+    # Cut after opening: a copy opened again with the frames it had fails.
+    cut = tmp_path / "cut.tiff"
+    data = (files / "rec.tiff").read_bytes()
+    cut.write_bytes(data)
+    rec = open_recording(cut)
+    cut.write_bytes(data[:200])
+    with pytest.raises(OSError):
+        pickle.loads(pickle.dumps(rec)).rows(2)
 
 
 @pytest.mark.parametrize(

@@ -190,32 +190,46 @@ private:
         }
         analyseShapes(run_, r);
         for (const auto& out : outputs_) {
-            if (out->perFrame()) out->frame(r);
+            if (out->perFrame())
+                out->frame(r);
+            else
+                out->prepare(r);
         }
         return r;
     }
 
-    // Frame-order outputs and the summary, one frame at a time.
+    // Frame-order outputs and the summary, one frame at a time, by one
+    // thread at a time: the writer. A worker whose frame is not yet due, or
+    // finds a writer at work, leaves the frame to it and converts the next.
     void deliver(FrameResult&& r) {
-        size_t delivered = 0;
         {
             std::lock_guard<std::mutex> lock(sinkMutex_);
             pending_.emplace(r.index, std::move(r));
-            for (auto it = pending_.find(next_); it != pending_.end(); it = pending_.find(next_)) {
-                for (const auto& out : outputs_) {
-                    if (!out->perFrame()) out->frame(it->second);
-                }
-                account(it->second);
-                pending_.erase(it);
-                ++next_;
-                ++delivered;
-                progress_.update(summary_.frames);
-            }
+            if (writing_) return;
+            writing_ = true;
         }
-        if (delivered != 0 && !workers_.empty()) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            inFlight_ -= delivered;
-            space_.notify_all();
+        for (;;) {
+            std::map<uint64_t, FrameResult>::node_type due;
+            {
+                std::lock_guard<std::mutex> lock(sinkMutex_);
+                const auto it = pending_.find(next_);
+                if (it == pending_.end()) {
+                    writing_ = false;
+                    return;
+                }
+                due = pending_.extract(it);
+            }
+            for (const auto& out : outputs_) {
+                if (!out->perFrame()) out->frame(due.mapped());
+            }
+            account(due.mapped());
+            ++next_;
+            progress_.update(summary_.frames);
+            if (!workers_.empty()) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                --inFlight_;
+                space_.notify_all();
+            }
         }
     }
 
@@ -262,6 +276,7 @@ private:
 
     std::mutex sinkMutex_;
     std::map<uint64_t, FrameResult> pending_;
+    bool writing_ = false;
     uint64_t next_;
     ConvertSummary summary_;
     Progress progress_;

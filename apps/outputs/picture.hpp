@@ -15,6 +15,15 @@ namespace kalviro::cli {
 // Not in any palette at full strength: the isotherm band stands out.
 constexpr Rgb kIsothermColour{0, 255, 0};
 constexpr Rgb kInvalidColour{255, 0, 255};
+// Outlines, markers, labels and the colour bar's panel.
+constexpr Rgb kOutline{255, 255, 255};
+constexpr Rgb kText{255, 255, 255};
+constexpr Rgb kTextBack{0, 0, 0};
+constexpr Rgb kPanel{24, 24, 24};
+constexpr Rgb kLabel{235, 235, 235};
+// Every colour a picture holds besides its palette's: a GIF keeps an entry
+// for each.
+constexpr Rgb kDrawnColours[] = {kInvalidColour, kIsothermColour, kOutline, kTextBack, kPanel, kLabel};
 
 // The temperatures at the colour scale's ends: fixed by --range, at the
 // percentiles of --range auto, or the frame's extremes; LO below HI, but

@@ -1,6 +1,6 @@
 # Writes the viewer's page files into a C++ source as byte arrays, so the
 # binary serves them without reading anything at run time.
-# cmake -DOUT=file.cpp -DDIR=apps/web -DFILES=index.html,view.css,view.js -P embed.cmake
+# cmake -DOUT=file.cpp -DDIR=apps/view/web -DFILES=index.html,view.css,view.js -P embed.cmake
 string(REPLACE "," ";" FILES "${FILES}")
 set(body "")
 set(table "")
@@ -23,7 +23,7 @@ foreach(name IN LISTS FILES)
   string(APPEND table "    {\"/${name}\", \"${type}\", kAsset${i}, ${bytes}},\n")
   math(EXPR i "${i} + 1")
 endforeach()
-set(text "// Generated from apps/web by embed.cmake; edit the files there.
+set(text "// Generated from apps/view/web by embed.cmake; edit the files there.
 #include \"view_assets.hpp\"
 
 namespace kalviro::cli {

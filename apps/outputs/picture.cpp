@@ -9,10 +9,6 @@ namespace kalviro::cli {
 
 namespace {
 
-const Rgb kOutline{255, 255, 255};
-const Rgb kText{255, 255, 255};
-const Rgb kTextBack{0, 0, 0};
-
 // A label on a dark box at (x, y), moved inside the picture where it
 // would reach out of it.
 void drawLabel(Canvas& c, int32_t x, int32_t y, const std::string& text, int32_t font) {

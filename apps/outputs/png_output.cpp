@@ -18,8 +18,6 @@ namespace kalviro::cli {
 
 namespace {
 
-const Rgb kPanel{24, 24, 24};
-const Rgb kLabel{235, 235, 235};
 // The bar's place right of the picture: a gap, the bar, a gap, the labels.
 constexpr int32_t kBarGap = 6;
 constexpr int32_t kBarWidth = 14;

@@ -285,16 +285,20 @@ private:
     }
 
     // The shapes a request names, each key as often as wanted, in the
-    // command's syntax.
-    std::vector<Area> requestShapes(const httplib::Request& req) const {
-        std::vector<Area> shapes;
-        for (const ShapeWord& w : kShapeWords) {
-            const size_t n = req.get_param_value_count(w.word);
-            for (size_t i = 0; i < n; ++i)
-                shapes.push_back(parseViewShape(w, req.get_param_value(w.word, i), i + 1, rec_->size()));
+    // command's syntax; false after a 400 saying what is wrong.
+    bool requestShapes(const httplib::Request& req, httplib::Response& res, std::vector<Area>& shapes) const {
+        try {
+            for (const ShapeWord& w : kShapeWords) {
+                const size_t n = req.get_param_value_count(w.word);
+                for (size_t i = 0; i < n; ++i)
+                    shapes.push_back(parseViewShape(w, req.get_param_value(w.word, i), i + 1, rec_->size()));
+            }
+            requireDistinctNames(shapes);
+        } catch (const Failure& e) {
+            fail(res, 400, e.what());
+            return false;
         }
-        requireDistinctNames(shapes);
-        return shapes;
+        return true;
     }
 
     void routes() {
@@ -354,11 +358,7 @@ private:
         });
         server_.Get("/api/series", [this](const httplib::Request& req, httplib::Response& res) {
             std::vector<Area> shapes;
-            try {
-                shapes = requestShapes(req);
-            } catch (const Failure& e) {
-                return fail(res, 400, e.what());
-            }
+            if (!requestShapes(req, res, shapes)) return;
             const Recording::Span s = rec_->span();
             uint64_t first = s.first, end = s.end;
             if (req.has_param("from") && !frameNumber(req.get_param_value("from"), first))
@@ -375,11 +375,7 @@ private:
         // the page counts them as the command does without doing it again.
         server_.Get("/api/pixels", [this](const httplib::Request& req, httplib::Response& res) {
             std::vector<Area> shapes;
-            try {
-                shapes = requestShapes(req);
-            } catch (const Failure& e) {
-                return fail(res, 400, e.what());
-            }
+            if (!requestShapes(req, res, shapes)) return;
             if (shapes.size() != 1) return fail(res, 400, "give one shape");
             std::string body(shapes[0].pixels.size() * 4, '\0');
             auto* out = reinterpret_cast<uint8_t*>(body.data());

@@ -79,6 +79,9 @@ public:
     // one frame at a time.
     virtual bool perFrame() const = 0;
     virtual void frame(const FrameResult& r) = 0;
+    // The part of an in-order output's work a frame alone decides, done by
+    // the worker that converted it, in any order, before frame().
+    virtual void prepare(const FrameResult&) {}
     virtual void finish() {}
 };
 
