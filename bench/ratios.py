@@ -53,6 +53,8 @@ GOALS = [
     Goal("a recording through Camera::realFrame within 4x d a frame", "rec b/d", lambda v: v <= 4.0, False),
     Goal("two threads 2 ms apart at most 1.25x one thread", "paced 2/1", lambda v: v <= 1.25, False),
     Goal("two threads back to back at least 1.6x faster than one", "room b/c", lambda v: v >= 1.6, False),
+    # On a busy machine the thread's own time is what the run can show.
+    Goal("a at most 15 processor ns a pixel on the room, 640x512", "room a cpu", lambda v: v <= 15.0, False),
 ]
 
 

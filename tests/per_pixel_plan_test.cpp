@@ -61,17 +61,22 @@ std::vector<Change> changes() {
     return list;
 }
 
-// Gray values across the scale, around the frame's own and at the ends of
-// the table built ahead of it; with `dense`, also every 97th of the scale.
-std::vector<int32_t> grays(int32_t own, bool dense) {
+// Gray values to compare after a change: a byte of the block (`few`: the
+// fallback is what is tested), an argument (across the scale, around the
+// frame's own and at the ends of the table built ahead of it), or nothing
+// (also every 97th of the scale, most of it through the table).
+enum class Breadth { few, some, dense };
+
+std::vector<int32_t> grays(int32_t own, Breadth breadth) {
+    const int32_t first = firstAhead(own), last = first + kAheadGrays - 1;
+    if (breadth == Breadth::few) return {own, first, last, 2500, 33000, 65535};
     std::vector<int32_t> g = {0, 1, 700, 2500, 4000, 6000, 8191, 12000, 20000, 33000, 47000, 65535};
-    const int32_t first = firstAhead(own);
     for (int32_t d : {-1, 0, 1}) {
         g.push_back(own + d);
         g.push_back(first + d);
-        g.push_back(first + kAheadGrays - 1 + d);
+        g.push_back(last + d);
     }
-    for (int32_t v = 0; dense && v < 65536; v += 97) g.push_back(v);
+    for (int32_t v = 0; breadth == Breadth::dense && v < 65536; v += 97) g.push_back(v);
     return g;
 }
 
@@ -171,7 +176,10 @@ TEST_P(PerPixelPlan, EveryRoadGivesTheFreshPlansBitsAfterEveryChange) {
             for (const Change& change : all) {
                 Call call{vf.bytes, vf.emissivity, vf.distance};
                 change.apply(call);
-                for (const int32_t g : grays(vf.gray, change.what == "nothing")) {
+                const Breadth breadth = change.what == "nothing"                  ? Breadth::dense
+                                        : change.what.compare(0, 5, "byte ") == 0 ? Breadth::few
+                                                                                  : Breadth::some;
+                for (const int32_t g : grays(vf.gray, breadth)) {
                     const float got = road.real(g, call);
                     const float want = road.fresh(g, call);
                     ASSERT_EQ(bitsOf(got), bitsOf(want)) << road.name << ", " << change.what << ", gray " << g
