@@ -491,6 +491,8 @@ void cameraCalls(const Input& in, TempFrameInfo* block, uint8_t* raw) {
     if (in.flags & kFlagOnce) {
         cam.once(in.gray, block, in.emissivity, in.distance);
     } else {
+        // Twice, as a recording does: the second keeps the table of the first.
+        cam.init(in.gray, block, in.emissivity, in.distance);
         cam.init(in.gray, block, in.emissivity, in.distance);
     }
     checkWrites(in.calType, before, raw, "Camera::init");

@@ -290,7 +290,7 @@ KALVIRO_API void kalviro_camera_destroy(kalviro_camera *cam);
 /* The bytes and the alignment a camera needs: at most
  * KALVIRO_CAMERA_SIZE_MAX bytes, aligned to 8, on every host, for memory set
  * aside at compile time. */
-#define KALVIRO_CAMERA_SIZE_MAX 35344
+#define KALVIRO_CAMERA_SIZE_MAX 36880
 KALVIRO_API size_t kalviro_camera_size(void);
 KALVIRO_API size_t kalviro_camera_align(void);
 /* A camera in the caller's memory, for callers without a heap: returns

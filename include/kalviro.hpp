@@ -106,7 +106,7 @@ public:
     // Room for the per-pixel plan the last init() or once() left, and the
     // table of results init() built ahead, which real() uses while its block
     // words, emissivity and distance are those init() had (kalviro.h).
-    static constexpr std::size_t kPlanSize = 2048 + 4 * 8192;
+    static constexpr std::size_t kPlanSize = 3584 + 4 * 8192;
 
     // The statics as kStateSize bytes, to keep a camera or carry it to
     // another process (a copy of the object holds addresses of this one).

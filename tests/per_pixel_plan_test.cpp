@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/lane_builders.hpp"
 #include "api/module.hpp"
 #include "api/stored_plan.hpp"
 #include "kalviro.h"
@@ -214,6 +215,14 @@ std::vector<int32_t> allCalTypes() {
 INSTANTIATE_TEST_SUITE_P(All, PerPixelPlan, testing::ValuesIn(allCalTypes()),
                          [](const testing::TestParamInfo<int32_t>& p) { return std::to_string(p.param); });
 
+// The first vector frame of a CalType; null: none.
+const VectorFrame* firstFrameOf(int32_t calType) {
+    for (const VectorFrame& vf : test::vectorFrames()) {
+        if (vf.calType == calType) return &vf;
+    }
+    return nullptr;
+}
+
 // The per-frame call's gray value at the ends of the scale and past them:
 // the table ahead stays within the scale, and every gray value, inside it,
 // at its ends or past the scale, gives the fresh plan's bits.
@@ -221,13 +230,7 @@ TEST(PerPixelPlanEdges, TheTableAheadOfAnyGrayGivesTheFreshPlansBits) {
     const int32_t initGrays[] = {0,     3,         kAheadGrays / 2, 65535 - kAheadGrays / 2, 65535, -1,
                                  65536, INT32_MIN, INT32_MAX};
     for (const CalTypeInfo& c : kCalTypes) {
-        const VectorFrame* found = nullptr;
-        for (const VectorFrame& vf : test::vectorFrames()) {
-            if (vf.calType == c.calType) {
-                found = &vf;
-                break;
-            }
-        }
+        const VectorFrame* found = firstFrameOf(c.calType);
         ASSERT_NE(found, nullptr) << c.calType;
         const Module& m = moduleAt(listIndex(c.calType));
         for (const int32_t initGray : initGrays) {
@@ -250,18 +253,83 @@ TEST(PerPixelPlanEdges, TheTableAheadOfAnyGrayGivesTheFreshPlansBits) {
     }
 }
 
+// A second per-frame call keeps the table ahead of the first where nothing
+// it was built from changed (a mark planted in it survives), and rebuilds it
+// otherwise; either way every gray value gives a fresh plan's bits.
+struct Second {
+    const char* what;
+    std::function<void(const Module& m, VectorFrame& vf, int32_t& gray)> apply;
+    bool kept;  // with the lanes unchanged
+};
+
+TEST(PerPixelPlanKept, ASecondPerFrameCallKeepsTheTableOnlyForTheSamePlan) {
+    const Second seconds[] = {
+        {"the same block", [](const Module&, VectorFrame&, int32_t&) {}, true},
+        {"the plan words changed",
+         [](const Module& m, VectorFrame& vf, int32_t&) {
+             withPlanWords(m.family, [&](const auto& offsets) {
+                 for (const uint32_t offset : offsets) vf.bytes[1 + offset + 3] ^= 0x40;
+             });
+         },
+         false},
+        {"another lane set", [](const Module&, VectorFrame&, int32_t&) { kalviro_set_lanes("scalar"); },
+         false},
+        {"a per-frame gray far away",
+         [](const Module&, VectorFrame&, int32_t& gray) { gray = gray < 32768 ? 60000 : 1000; }, false},
+    };
+    if (kalviro_set_lanes("scalar") != 0) GTEST_SKIP();
+    kalviro_set_lanes(nullptr);
+    const LaneBuilders* widest = &laneBuilders();
+    for (const CalTypeInfo& c : kCalTypes) {
+        const VectorFrame* found = firstFrameOf(c.calType);
+        ASSERT_NE(found, nullptr) << c.calType;
+        const int index = listIndex(c.calType);
+        const Module& m = moduleAt(index);
+        for (const Second& second : seconds) {
+            for (const bool entries : {false, true}) {
+                kalviro_set_lanes(nullptr);
+                VectorFrame vf = *found;
+                Camera cam(c.calType);
+                StoredPlan& sp = entries ? processPlan(index) : CameraAccess::plan(cam);
+                const CalState& st = entries ? processState(index) : CameraAccess::state(cam);
+                const auto init = [&](int32_t gray) {
+                    if (entries)
+                        KALVIRO_Gray2Temp_Init(c.calType, gray, vf.info(), vf.emissivity, vf.distance);
+                    else
+                        cam.init(gray, vf.info(), vf.emissivity, vf.distance);
+                };
+                init(vf.gray);
+                const size_t at = static_cast<size_t>(kAheadGrays / 3);
+                const float truth = sp.ahead[at], mark = -12345.5f;
+                sp.ahead[at] = mark;
+                int32_t gray = vf.gray;
+                second.apply(m, vf, gray);
+                const bool kept = second.kept && &laneBuilders() == widest;
+                init(gray);
+                const std::string where =
+                    std::to_string(c.calType) + (entries ? ", C entries, " : ", Camera, ") + second.what;
+                ASSERT_EQ(sp.aheadCount, kAheadGrays) << where;
+                ASSERT_EQ(bitsOf(sp.ahead[at]) == bitsOf(mark), kept) << where;
+                if (kept) sp.ahead[at] = truth;
+                for (int32_t g = 0; g < 65536; g += g % 512 == 0 ? 1 : 61) {
+                    const float got = entries ? KALVIRO_Gray2Temp_Real_GET(c.calType)(
+                                                    g, vf.info(), vf.emissivity, vf.distance)
+                                              : cam.real(g, vf.info(), vf.emissivity, vf.distance);
+                    const float want = convertRealFresh(m, st, vf.info(), g, vf.emissivity, vf.distance);
+                    ASSERT_EQ(bitsOf(got), bitsOf(want)) << where << ", gray " << g;
+                }
+            }
+        }
+    }
+    kalviro_set_lanes(nullptr);
+}
+
 // Per-pixel calls from several threads at once on the statics of one
 // per-frame call, half on the stored plan and half building their own: each
 // gives the bits of one thread alone.
 TEST(PerPixelPlanThreads, CallsInParallelGiveTheBitsOfOneThread) {
     for (const int32_t calType : {21, 54, 12, 81, 61, 121}) {
-        const VectorFrame* found = nullptr;
-        for (const VectorFrame& vf : test::vectorFrames()) {
-            if (vf.calType == calType) {
-                found = &vf;
-                break;
-            }
-        }
+        const VectorFrame* found = firstFrameOf(calType);
         ASSERT_NE(found, nullptr) << calType;
         VectorFrame vf = *found;
         KALVIRO_Gray2Temp_Init(calType, vf.gray, vf.info(), vf.emissivity, vf.distance);

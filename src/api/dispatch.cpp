@@ -2,6 +2,7 @@
 // per-frame stage, its per-pixel stage and its result form.
 #include <array>
 #include <cstring>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -156,31 +157,6 @@ void spanOnLanesInUse(const void* ctx, int32_t first, int32_t count, float* out)
 
 }  // namespace
 
-void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
-               float emissivity, float distance, bool ahead) {
-    withPlan(m, st, block, emissivity, distance, ahead, [&](const auto& plan) {
-        storedAs(sp, plan) = plan;
-        sp.aheadFirst = firstAhead(gray);
-        sp.aheadCount = ahead ? kAheadGrays : 0;
-        if (ahead)
-            laneBuilders().of<std::decay_t<decltype(plan)>>()(plan, sp.aheadFirst, kAheadGrays, sp.ahead);
-    });
-    withPlanWords(m.family, [&](const auto& offsets) {
-        size_t i = 0;
-        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
-    });
-    sp.emissivity = floatBits(emissivity);
-    sp.distance = floatBits(distance);
-    sp.from = &st;
-}
-
-void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
-                float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out) {
-    if (block == nullptr) return;
-    withPlan(m, st, bytes(block), emissivity, distance, true,
-             [&](const auto& plan) { set.of<std::decay_t<decltype(plan)>>()(plan, first, count, out); });
-}
-
 namespace {
 
 // All that a table built through a plan depends on: the plan's bytes, the
@@ -212,6 +188,46 @@ void fillKey(TableKey<Plan>& k, const Plan& plan, const CalState& st) {
 }
 
 }  // namespace
+
+void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
+               float emissivity, float distance, bool ahead) {
+    withPlan(m, st, block, emissivity, distance, ahead, [&](const auto& plan) {
+        using Plan = std::decay_t<decltype(plan)>;
+        storedAs(sp, plan) = plan;
+        const int32_t first = firstAhead(gray);
+        if (!ahead) {
+            sp.aheadFirst = first;
+            sp.aheadCount = 0;
+            return;
+        }
+        static_assert(sizeof(TableKey<Plan>) <= kAheadKeyRoom, "the stored plan has no room for the key");
+        alignas(8) unsigned char key[kAheadKeyRoom] = {};
+        fillKey(*new (key) TableKey<Plan>, plan, st);
+        // A recording makes one per-frame call per frame, mostly on the same
+        // plan: the table of the last one still holds.
+        if (sp.aheadCount == kAheadGrays && sp.aheadFirst == first &&
+            std::memcmp(sp.aheadKey, key, sizeof key) == 0)
+            return;
+        sp.aheadFirst = first;
+        laneBuilders().of<Plan>()(plan, first, kAheadGrays, sp.ahead);
+        std::memcpy(sp.aheadKey, key, sizeof key);
+        sp.aheadCount = kAheadGrays;
+    });
+    withPlanWords(m.family, [&](const auto& offsets) {
+        size_t i = 0;
+        for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
+    });
+    sp.emissivity = floatBits(emissivity);
+    sp.distance = floatBits(distance);
+    sp.from = &st;
+}
+
+void buildTable(const Module& m, const CalState& st, const TempFrameInfo* block, float emissivity,
+                float distance, const LaneBuilders& set, int32_t first, int32_t count, float* out) {
+    if (block == nullptr) return;
+    withPlan(m, st, bytes(block), emissivity, distance, true,
+             [&](const auto& plan) { set.of<std::decay_t<decltype(plan)>>()(plan, first, count, out); });
+}
 
 void convertFrame(const Module& m, const CalState& st, const TempFrameInfo* block, const uint16_t* pixels,
                   uint64_t count, float emissivity, float distance, float* out, KalviroFrameTable& table,

@@ -31,6 +31,10 @@ constexpr int32_t firstAhead(int32_t gray) {
     return first > last ? last : first;
 }
 
+// Room for what the table ahead was built from: the key of the whole-frame
+// tables, so that a per-frame call per frame of a recording keeps it.
+inline constexpr size_t kAheadKeyRoom = 1440;
+
 struct StoredPlan {
     // The statics the plan was built from; null: no plan. A byte-wise copy
     // of a camera keeps the address of the original's and so falls back.
@@ -44,6 +48,7 @@ struct StoredPlan {
     // The plan's results for gray values aheadFirst.. on, in degrees, as
     // the whole-frame builders give them; aheadCount 0: none.
     int32_t aheadFirst, aheadCount;
+    alignas(8) unsigned char aheadKey[kAheadKeyRoom];  // zeros past the key
     float ahead[kAheadGrays];
 };
 
