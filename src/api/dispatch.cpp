@@ -112,13 +112,6 @@ auto withPlan(const Module& m, const CalState& st, const uint8_t* b, float emiss
     });
 }
 
-namespace {
-
-direct::PixelPlan& storedAs(StoredPlan& sp, const direct::PixelPlan&) { return sp.direct; }
-ladder::PixelPlan& storedAs(StoredPlan& sp, const ladder::PixelPlan&) { return sp.ladder; }
-
-}  // namespace
-
 float convertRealFresh(const Module& m, const CalState& st, const TempFrameInfo* block, int32_t gray,
                        float emissivity, float distance) {
     if (block == nullptr) return 0.0f;
@@ -134,8 +127,9 @@ float convertReal(const Module& m, const CalState& st, const StoredPlan& sp, con
     // Unsigned: a gray value below the table wraps past its end.
     const uint32_t i = static_cast<uint32_t>(gray) - static_cast<uint32_t>(sp.aheadFirst);
     if (i < static_cast<uint32_t>(sp.aheadCount)) return sp.ahead[i];
-    return m.family == Family::Direct || m.family == Family::Direct4 ? direct::pixelDegrees(sp.direct, gray)
-                                                                     : ladder::pixelDegrees(sp.ladder, gray);
+    return withFamily(m.family, [&](auto trait) {
+        return pixelDegrees(storedPlan<typename decltype(trait)::Plan>(sp), gray);
+    });
 }
 
 float convertOnce(const Module& m, CalState& st, StoredPlan& sp, TempFrameInfo* block, int32_t gray,
@@ -193,7 +187,7 @@ void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_
                float emissivity, float distance, bool ahead) {
     withPlan(m, st, block, emissivity, distance, ahead, [&](const auto& plan) {
         using Plan = std::decay_t<decltype(plan)>;
-        storedAs(sp, plan) = plan;
+        keepPlan(sp, plan);
         const int32_t first = firstAhead(gray);
         if (!ahead) {
             sp.aheadFirst = first;

@@ -1,9 +1,10 @@
 // The one list of families. A family is a folder with a Trait in its
 // family.hpp: its row type (Row) and the CalTypes it owns (owns, hasRow,
 // rowFor, fourRange), its per-frame call (frame), its per-pixel plan (plan)
-// and the kernel of the gray value alone over lanes (kernel<L>). The
-// modules, the dispatch and the lane builders follow from this list; a new
-// family adds its folder and its line here.
+// with the block words it reads (withPlanWords), and the kernel of the gray
+// value alone over lanes (kernel<L>). The modules, the dispatch, the stored
+// plan and the lane builders follow from this list; a new family adds its
+// folder and its line here.
 #pragma once
 
 #include "direct/family.hpp"

@@ -9,10 +9,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
+#include <type_traits>
 
+#include "api/families.hpp"
 #include "api/module.hpp"
-#include "direct/pixel.hpp"
-#include "ladder/pixel.hpp"
 
 namespace kalviro {
 
@@ -35,16 +36,30 @@ constexpr int32_t firstAhead(int32_t gray) {
 // tables, so that a per-frame call per frame of a recording keeps it.
 inline constexpr size_t kAheadKeyRoom = 1440;
 
+// The room and alignment of the largest plan of the families' list.
+template <typename... Traits>
+constexpr size_t planRoom(FamilyList<Traits...>) {
+    size_t room = 0;
+    for (const size_t size : {sizeof(typename Traits::Plan)...}) room = size > room ? size : room;
+    return room;
+}
+template <typename... Traits>
+constexpr size_t planAlign(FamilyList<Traits...>) {
+    size_t align = 1;
+    for (const size_t a : {alignof(typename Traits::Plan)...}) align = a > align ? a : align;
+    return align;
+}
+inline constexpr size_t kPlanRoom = planRoom(Families{});
+inline constexpr size_t kPlanAlign = planAlign(Families{});
+
 struct StoredPlan {
     // The statics the plan was built from; null: no plan. A byte-wise copy
     // of a camera keeps the address of the original's and so falls back.
     const CalState* from;
     uint32_t emissivity, distance;  // the bits of the arguments
     uint32_t words[kMaxPlanWords];  // the block words of the family's list, as the plan read them
-    union {
-        direct::PixelPlan direct;  // Family::Direct, Family::Direct4
-        ladder::PixelPlan ladder;  // Family::Ladder, Family::Ladder4
-    };
+    // The plan of the CalType's family (storedPlan<Plan>).
+    alignas(kPlanAlign) unsigned char plan[kPlanRoom];
     // The plan's results for gray values aheadFirst.. on, in degrees, as
     // the whole-frame builders give them; aheadCount 0: none.
     int32_t aheadFirst, aheadCount;
@@ -57,6 +72,19 @@ struct StoredPlan {
 // or for the one gray value of a per-frame call of its own.
 void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_t* block, int32_t gray,
                float emissivity, float distance, bool ahead);
+
+// The stored plan as its family's Plan, which storePlan put there.
+template <typename Plan>
+inline const Plan& storedPlan(const StoredPlan& sp) {
+    return *std::launder(reinterpret_cast<const Plan*>(sp.plan));
+}
+
+template <typename Plan>
+inline void keepPlan(StoredPlan& sp, const Plan& plan) {
+    static_assert(sizeof(Plan) <= kPlanRoom && alignof(Plan) <= kPlanAlign, "a plan outgrows its room");
+    static_assert(std::is_trivially_copyable<Plan>::value, "a camera is copied byte for byte");
+    new (sp.plan) Plan(plan);
+}
 
 // Whether the block's words of the list are those saved.
 template <size_t N>
@@ -74,13 +102,7 @@ inline bool sameWords(const uint8_t* block, const uint32_t (&offsets)[N], const 
 // The family's list of the block words its plan reads, handed to `use`.
 template <typename Use>
 inline auto withPlanWords(Family family, Use&& use) {
-    switch (family) {
-        case Family::Direct: return use(direct::kPlanWords);
-        case Family::Direct4: return use(direct::kPlanWords4);
-        case Family::Ladder:
-        case Family::Ladder4: break;
-    }
-    return use(ladder::kPlanWords);
+    return withFamily(family, [&](auto trait) { return decltype(trait)::withPlanWords(family, use); });
 }
 
 inline uint32_t floatBits(float f) {

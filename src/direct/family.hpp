@@ -36,6 +36,11 @@ struct Trait {
     static typename L::F kernel(const Plan& p, typename L::I gray) {
         return pixelDegrees<L>(p, gray);
     }
+    // The block words the plan reads, handed to `use`: four ranges read more.
+    template <typename Use>
+    static auto withPlanWords(Family f, Use&& use) {
+        return f == Family::Direct4 ? use(kPlanWords4) : use(kPlanWords);
+    }
 };
 
 }  // namespace kalviro::direct

@@ -37,6 +37,11 @@ struct Trait {
     static typename L::F kernel(const Plan& p, typename L::I gray) {
         return pixelDegrees<L>(p, gray);
     }
+    // The block words the plan reads, handed to `use`.
+    template <typename Use>
+    static auto withPlanWords(Family, Use&& use) {
+        return use(kPlanWords);
+    }
 };
 
 }  // namespace kalviro::ladder
