@@ -274,6 +274,11 @@ TEST(PerPixelPlanKept, ASecondPerFrameCallKeepsTheTableOnlyForTheSamePlan) {
          false},
         {"another lane set", [](const Module&, VectorFrame&, int32_t&) { kalviro_set_lanes("scalar"); },
          false},
+        {"a per-frame gray nearby, in the same half of a table",
+         [](const Module&, VectorFrame&, int32_t& gray) {
+             gray += gray % (kAheadGrays / 2) < kAheadGrays / 4 ? 100 : -100;
+         },
+         true},
         {"a per-frame gray far away",
          [](const Module&, VectorFrame&, int32_t& gray) { gray = gray < 32768 ? 60000 : 1000; }, false},
     };

@@ -25,11 +25,15 @@ inline constexpr size_t kMaxPlanWords = 32;
 // cheaper than the kernel's chain of divisions.
 inline constexpr int32_t kAheadGrays = 8192;
 
-// The first gray value of the table ahead of gray, within 0..65535.
+// The first gray value of the table ahead of gray, within 0..65535. Tables
+// start on a grid of half their length, a quarter before the half that holds
+// gray: the per-frame gray values of a recording wander, and a per-frame call
+// whose gray stays in the same half keeps the table it finds.
 constexpr int32_t firstAhead(int32_t gray) {
     const int32_t last = 65536 - kAheadGrays;
-    const int32_t first = gray < kAheadGrays / 2 ? 0 : gray - kAheadGrays / 2;
-    return first > last ? last : first;
+    if (gray < kAheadGrays / 2) return 0;
+    if (gray >= last) return last;
+    return gray / (kAheadGrays / 2) * (kAheadGrays / 2) - kAheadGrays / 4;
 }
 
 // Room for what the table ahead was built from: the key of the whole-frame
