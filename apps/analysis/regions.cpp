@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <set>
 
-#include "commands.hpp"
+#include "conversion_args.hpp"
 #include "failure.hpp"
 
 namespace kalviro::cli {

@@ -16,6 +16,7 @@
 #include "alarms.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
+#include "conversion_args.hpp"
 #include "convert_run.hpp"
 #include "cores.hpp"
 #include "failure.hpp"

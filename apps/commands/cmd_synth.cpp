@@ -7,6 +7,7 @@
 
 #include "caltype.hpp"
 #include "commands.hpp"
+#include "conversion_args.hpp"
 #include "failure.hpp"
 #include "outputs.hpp"
 #include "progress.hpp"

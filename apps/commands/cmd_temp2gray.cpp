@@ -11,6 +11,7 @@
 
 #include "caltype.hpp"
 #include "commands.hpp"
+#include "conversion_args.hpp"
 #include "convert_run.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"

@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "failure.hpp"
-#include "frame_source.hpp"
+#include "frame.hpp"
 #include "outputs.hpp"
 
 namespace kalviro::cli {

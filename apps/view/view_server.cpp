@@ -24,6 +24,7 @@
 #include "block_fields.hpp"
 #include "caltype.hpp"
 #include "commands.hpp"
+#include "conversion_args.hpp"
 #include "failure.hpp"
 #include "frame_source.hpp"
 #include "le_bytes.hpp"
