@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "frame_result.hpp"
+#include "analysis/frame_result.hpp"
 
 namespace kalviro::cli {
 

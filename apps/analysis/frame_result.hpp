@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "block_settings.hpp"
-#include "frame_size.hpp"
+#include "analysis/regions.hpp"
+#include "analysis/stats.hpp"
+#include "analysis/units.hpp"
+#include "frames/block_settings.hpp"
+#include "frames/frame_size.hpp"
 #include "kalviro.hpp"
-#include "regions.hpp"
-#include "stats.hpp"
-#include "units.hpp"
 
 namespace kalviro::cli {
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "frame_result.hpp"
+#include "analysis/frame_result.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro::cli {

@@ -1,7 +1,7 @@
 // The options and checks of arguments that several commands share.
-#include "commands.hpp"
-#include "failure.hpp"
-#include "subcommand.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "analysis_options.hpp"
-#include "frame_size.hpp"
+#include "commands/analysis_options.hpp"
+#include "frames/frame_size.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro::cli {

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "frame.hpp"
-#include "frame_size.hpp"
+#include "frames/frame.hpp"
+#include "frames/frame_size.hpp"
 
 namespace kalviro::cli {
 

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "canvas.hpp"
-#include "frame_result.hpp"
-#include "palette.hpp"
-#include "pending_files.hpp"
+#include "analysis/frame_result.hpp"
+#include "outputs/canvas.hpp"
+#include "outputs/palette.hpp"
+#include "outputs/pending_files.hpp"
 
 namespace kalviro::cli {
 
