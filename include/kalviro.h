@@ -266,6 +266,13 @@ KALVIRO_API int32_t kalviro_convert_frame_threads(Gray2TempFn fn, TempFrameInfo 
                                                   float distance, float *out, KalviroFrameTable *table,
                                                   int32_t threads);
 
+/* The cores this process may run on: the CPUs of the calling thread's
+ * affinity mask, which taskset and container limits narrow (the processor
+ * count where there is no mask), at least 1, read at each call. The threaded
+ * calls take it as their cap at their first call, and never share a frame
+ * among more than 64 threads. */
+KALVIRO_API int32_t kalviro_cores(void);
+
 /* Cameras. A camera owns its own set of CalType statics, as a kalviro::Camera
  * does in C++, so two cameras on one CalType need not take turns: the calls
  * on one camera follow the rules above for one CalType (its per-pixel calls

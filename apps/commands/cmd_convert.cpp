@@ -16,7 +16,6 @@
 #include "analysis/alarms.hpp"
 #include "commands/caltype.hpp"
 #include "commands/commands.hpp"
-#include "commands/cores.hpp"
 #include "commands/subcommand.hpp"
 #include "convert/convert_run.hpp"
 #include "convert/frame_source.hpp"
@@ -24,6 +23,7 @@
 #include "frames/conversion_args.hpp"
 #include "frames/failure.hpp"
 #include "frames/synthesizer.hpp"
+#include "kalviro.h"
 #include "outputs/output_names.hpp"
 #include "outputs/palette.hpp"
 #include "outputs/table_output.hpp"
@@ -283,7 +283,8 @@ bool convertFile(const ConvertOptions& given, TableFile* sharedTable) {
     const bool alarmed = !alarms.empty();
     if (alarmed) outputs.push_back(std::make_unique<AlarmOutput>(run, std::move(alarms)));
     // More workers than cores only add threads waiting for one.
-    const unsigned threads = o.threads != 0 ? std::min(o.threads, coresAvailable()) : coresAvailable();
+    const auto cores = static_cast<unsigned>(kalviro_cores());
+    const unsigned threads = o.threads != 0 ? std::min(o.threads, cores) : cores;
 
     const ConvertSummary summary = convertFrames(*source, run, range, threads, o.quiet, outputs);
     for (const auto& out : outputs) out->finish();

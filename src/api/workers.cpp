@@ -11,6 +11,8 @@
 #include <sched.h>
 #endif
 
+#include "kalviro.h"
+
 namespace kalviro {
 namespace {
 
@@ -35,19 +37,10 @@ void spinUntil(Done&& done) {
     }
 }
 
-int coresAvailable() {
-#if defined(__linux__)
-    // The affinity mask, which taskset and container limits narrow.
-    cpu_set_t set;
-    if (sched_getaffinity(0, sizeof set, &set) == 0) return CPU_COUNT(&set);
-#endif
-    return static_cast<int>(std::thread::hardware_concurrency());
-}
-
 }  // namespace
 
 int threadCap() {
-    static const int cap = std::clamp(coresAvailable(), 1, kMaxThreads);
+    static const int cap = std::clamp(static_cast<int>(kalviro_cores()), 1, kMaxThreads);
     return cap;
 }
 
@@ -219,3 +212,13 @@ void runTogether(int wanted, void (*part)(void* ctx, int k, int n), void* ctx) {
 }
 
 }  // namespace kalviro
+
+extern "C" int32_t kalviro_cores(void) {
+#if defined(__linux__)
+    // The affinity mask, which taskset and container limits narrow.
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0) return CPU_COUNT(&set);
+#endif
+    const unsigned n = std::thread::hardware_concurrency();
+    return n > 0 ? static_cast<int32_t>(n) : 1;
+}

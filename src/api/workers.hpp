@@ -16,8 +16,9 @@ namespace kalviro {
 // The largest number of threads one frame is shared among.
 constexpr int kMaxThreads = 64;
 
-// The threads a frame may use here: the cores this process may run on, at
-// least 1, at most kMaxThreads. More only take turns on the same cores.
+// The threads a frame may use here: the cores this process may run on
+// (kalviro_cores() at the first call), at most kMaxThreads. More only take
+// turns on the same cores.
 int threadCap();
 
 // Runs part(ctx, 0, n) on the caller's thread and offers part(ctx, k, n),

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <random>
 #include <sstream>
 #include <string>
@@ -280,6 +281,14 @@ TEST_F(Cli, RefusedThreadsMeanFewerWorkers) {
 
 // A thread count far beyond the cores starts no more workers than there are
 // cores, and writes what one worker writes.
+// The thread count a run's summary reports ("..., N threads"); -1 when
+// there is none.
+int threadsUsed(const std::string& out) {
+    const auto at = out.find(" thread");
+    if (at == std::string::npos || at == 0) return -1;
+    return std::atoi(out.c_str() + out.rfind(' ', at - 1) + 1);
+}
+
 TEST_F(Cli, ThreadsBeyondTheCoresAreCapped) {
     ok("synth --caltype 21 --size 16x16 --frames 6 -o six.raw");
     ok("convert six.raw --size 16x16 --caltype 21 -j 1 -o one.tiff -o one.json -q");
@@ -287,13 +296,43 @@ TEST_F(Cli, ThreadsBeyondTheCoresAreCapped) {
     ASSERT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(slurp(path("one.tiff")), slurp(path("many.tiff")));
     EXPECT_EQ(slurp(path("one.json")), slurp(path("many.json")));
-    const auto at = r.out.find(" thread");
-    ASSERT_NE(at, std::string::npos) << r.out;
-    const int used = std::stoi(r.out.substr(r.out.rfind(' ', at - 1) + 1));
+    const int used = threadsUsed(r.out);
     cpu_set_t set;
     ASSERT_EQ(::sched_getaffinity(0, sizeof set, &set), 0);
     EXPECT_GE(used, 1);
     EXPECT_LE(used, CPU_COUNT(&set)) << r.out;
+}
+
+// Without -j a run takes one thread per core it may run on, as taskset
+// narrows them, and -j beyond them is capped: the test's whole mask, its
+// first CPU, and its first two.
+TEST_F(Cli, DefaultThreadsAreTheCoresItMayRunOn) {
+    ok("synth --caltype 21 --size 16x16 --frames 6 -o six.raw");
+    cpu_set_t set;
+    ASSERT_EQ(::sched_getaffinity(0, sizeof set, &set), 0);
+    std::vector<std::string> cpus;
+    for (int c = 0; c < CPU_SETSIZE; ++c) {
+        if (CPU_ISSET(c, &set)) cpus.push_back(std::to_string(c));
+    }
+    ASSERT_FALSE(cpus.empty());
+    struct Row {
+        std::string before, threads;
+        int expected;
+    };
+    std::vector<Row> rows = {
+        {"", "", static_cast<int>(cpus.size())},
+        {"taskset -c " + cpus[0], "", 1},
+        {"taskset -c " + cpus[0], "-j 3000", 1},
+    };
+    if (cpus.size() >= 2) rows.push_back({"taskset -c " + cpus[0] + "," + cpus[1], "", 2});
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const Row& row = rows[i];
+        const Result r = run(
+            "convert six.raw --size 16x16 --caltype 21 -o run" + std::to_string(i) + ".json " + row.threads,
+            row.before);
+        ASSERT_EQ(r.code, 0) << row.before << "\n" << r.err;
+        EXPECT_EQ(threadsUsed(r.out), row.expected) << row.before << " " << row.threads << "\n" << r.out;
+    }
 }
 
 // Signals that end a run remove every temporary file, whatever their number.

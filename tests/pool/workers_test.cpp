@@ -124,17 +124,41 @@ TEST(Pool, SeveralCallersAtOnce) {
     EXPECT_EQ(failures.load(), 0);
 }
 
-int coresAvailable() {
+// The cores follow the mask the calling thread may run on, as taskset and
+// container limits narrow it: the whole mask, its first CPU, its first two,
+// all but its first, each counted here as the CPUs set.
+TEST(Cores, AreTheCpusOfTheAffinityMask) {
 #if defined(__linux__)
-    cpu_set_t set;
-    if (sched_getaffinity(0, sizeof set, &set) == 0) return CPU_COUNT(&set);
+    cpu_set_t whole;
+    ASSERT_EQ(sched_getaffinity(0, sizeof whole, &whole), 0);
+    std::vector<int> cpus;
+    for (int c = 0; c < CPU_SETSIZE; ++c) {
+        if (CPU_ISSET(c, &whole)) cpus.push_back(c);
+    }
+    ASSERT_FALSE(cpus.empty());
+    std::vector<std::vector<int>> masks = {cpus, {cpus[0]}};
+    if (cpus.size() >= 2) {
+        masks.push_back({cpus[0], cpus[1]});
+        masks.emplace_back(cpus.begin() + 1, cpus.end());
+    }
+    for (const std::vector<int>& mask : masks) {
+        cpu_set_t set;
+        CPU_ZERO(&set);
+        for (int c : mask) CPU_SET(c, &set);
+        if (sched_setaffinity(0, sizeof set, &set) != 0) GTEST_SKIP() << "the mask cannot be narrowed here";
+        const int32_t cores = kalviro_cores();
+        ASSERT_EQ(sched_setaffinity(0, sizeof whole, &whole), 0);
+        EXPECT_EQ(cores, static_cast<int32_t>(mask.size())) << "first CPU " << mask[0];
+    }
+#else
+    const unsigned n = std::thread::hardware_concurrency();
+    EXPECT_EQ(kalviro_cores(), n > 0 ? static_cast<int32_t>(n) : 1);
 #endif
-    return static_cast<int>(std::thread::hardware_concurrency());
 }
 
 // More threads than cores only take turns.
 TEST(Pool, NoMoreThreadsThanCores) {
-    const int cores = std::min(coresAvailable(), kMaxThreads);
+    const int cores = std::min(static_cast<int>(kalviro_cores()), kMaxThreads);
     for (int wanted : {2, 64, 3000}) {
         Frame f;
         runTogether(wanted, Frame::part, &f);
