@@ -25,6 +25,22 @@ constexpr int rowIndexOf(const Row (&rows)[N], int32_t calType) {
     return -1;
 }
 
+// A row written by name: a table names only what differs from its family's
+// plain row, one setter each (Self derives from NamedRow<Self, Row>).
+template <typename Self, typename Row>
+struct NamedRow {
+    Row row;
+    constexpr operator Row() const { return row; }
+
+    // A copy with one field set.
+    template <typename T>
+    constexpr Self with(T Row::*field, T value) const {
+        Self o = static_cast<const Self&>(*this);
+        o.row.*field = value;
+        return o;
+    }
+};
+
 // The CalType's row, or null.
 template <typename Row, std::size_t N>
 constexpr const Row* rowOf(const Row (&rows)[N], int32_t calType) {

@@ -37,9 +37,6 @@ constexpr BodyDrift curve(Xb xb, CurveForm c, Weights w, Limiter l = Limiter::No
 constexpr BodyDrift pivot(Body form, Xb xb, Weights w, Limiter l = Limiter::None) {
     return {form, xb, C::None, w, l};
 }
-// The per-pixel result takes the gain of the distance.
-inline constexpr bool distanceGain = true;
-inline constexpr bool noDistanceGain = false;
 inline constexpr Limiter L1 = Limiter::L1;
 inline constexpr Limiter L2 = Limiter::L2;
 
@@ -128,20 +125,37 @@ inline constexpr Branch k136Range3 = on(G::GridMid11, pivot(B::Pivot75, Xb::CH2p
 inline constexpr Branch k136Range4 = on(G::GridHigh7, pivot(B::PivotSlope, Xb::CH2p20, Wt::Three)).scaled(Sc::S16).shift(W::W1HalfScaled);
 inline constexpr Branch k96Range2 = on(G::GridLow25Wide, curve(Xb::CH2, C::E, Wt::W96)).scaled(Sc::S13).shift(W::W3Mark4).join(J::Float).seeds();
 
-// Per-pixel rows: rows searched in tempRange 2/3/4/5, atmosphere, distance
-// gain, final form, the static of the window term, gray variant.
-inline constexpr Pixel kPlain81{{12, 7, 7, 0}, A::Plain, distanceGain, F::Plain, Channel::CH1, V::Standard};
-inline constexpr Pixel kLensPlain{{12, 7, 7, 0}, A::LensTable, noDistanceGain, F::Plain, Channel::CH1, V::Standard};
-inline constexpr Pixel kLensTrim{{12, 7, 7, 0}, A::LensTable, noDistanceGain, F::Trim, Channel::CH1, V::Standard};
-inline constexpr Pixel kLensTrim11{{12, 11, 7, 0}, A::LensTable, noDistanceGain, F::Trim, Channel::CH1, V::Standard};
-inline constexpr Pixel kWindow130{{12, 7, 10, 0}, A::LensTable, noDistanceGain, F::Window, Channel::CH1, V::D};
-inline constexpr Pixel kLinearCH11{{12, 11, 7, 0}, A::RangeLinear, noDistanceGain, F::WindowTableCH, Channel::CH1, V::Standard};
-inline constexpr Pixel kLinearCH14{{12, 11, 14, 0}, A::RangeLinear, noDistanceGain, F::WindowTableCH, Channel::CH1, V::Standard};
-inline constexpr Pixel kLinearCH7{{14, 7, 7, 0}, A::RangeLinear, noDistanceGain, F::WindowTableCH, Channel::CH1, V::Standard};
-inline constexpr Pixel kLensWindow14{{14, 7, 7, 0}, A::LensTable, noDistanceGain, F::Window, Channel::CH1, V::Standard};
-inline constexpr Pixel kSelf11{{12, 11, 7, 0}, A::LensTable, noDistanceGain, F::WindowTableSelf, Channel::CH1, V::Standard};
-inline constexpr Pixel kSelf14{{12, 11, 14, 0}, A::LensTable, noDistanceGain, F::WindowTableSelf, Channel::CH1, V::Standard};
-inline constexpr Pixel kSelf1411{{14, 11, 7, 0}, A::LensTable, noDistanceGain, F::WindowTableSelf, Channel::CH1, V::Standard};
+// A per-pixel row by name: the rows searched in tempRange 2, 3, 4 (and 5
+// where the CalType reads it), then only what differs from the plain row
+// (plain atmosphere without the distance gain, plain final form, the window
+// term through const_CH1, the standard gray normalisation).
+struct PixelOf : NamedRow<PixelOf, Pixel> {
+    constexpr PixelOf atmosphere(Atmosphere a) const { return with(&Pixel::atmosphere, a); }
+    // The per-pixel result takes the gain of the distance.
+    constexpr PixelOf distanceGain() const { return with(&Pixel::distanceGain, true); }
+    constexpr PixelOf finalForm(Final f) const { return with(&Pixel::final, f); }
+    constexpr PixelOf window(Channel c) const { return with(&Pixel::windowC, c); }
+    constexpr PixelOf gray(GrayVariant v) const { return with(&Pixel::gray, v); }
+};
+
+constexpr PixelOf searching(uint8_t range2, uint8_t range3, uint8_t range4, uint8_t range5 = 0) {
+    PixelOf o{};
+    o.row = Pixel{{range2, range3, range4, range5}, A::Plain, false, F::Plain, Channel::CH1, V::Standard};
+    return o;
+}
+
+inline constexpr Pixel kPlain81 = searching(12, 7, 7).distanceGain();
+inline constexpr Pixel kLensPlain = searching(12, 7, 7).atmosphere(A::LensTable);
+inline constexpr Pixel kLensTrim = searching(12, 7, 7).atmosphere(A::LensTable).finalForm(F::Trim);
+inline constexpr Pixel kLensTrim11 = searching(12, 11, 7).atmosphere(A::LensTable).finalForm(F::Trim);
+inline constexpr Pixel kWindow130 = searching(12, 7, 10).atmosphere(A::LensTable).finalForm(F::Window).gray(V::D);
+inline constexpr Pixel kLinearCH11 = searching(12, 11, 7).atmosphere(A::RangeLinear).finalForm(F::WindowTableCH);
+inline constexpr Pixel kLinearCH14 = searching(12, 11, 14).atmosphere(A::RangeLinear).finalForm(F::WindowTableCH);
+inline constexpr Pixel kLinearCH7 = searching(14, 7, 7).atmosphere(A::RangeLinear).finalForm(F::WindowTableCH);
+inline constexpr Pixel kLensWindow14 = searching(14, 7, 7).atmosphere(A::LensTable).finalForm(F::Window);
+inline constexpr Pixel kSelf11 = searching(12, 11, 7).atmosphere(A::LensTable).finalForm(F::WindowTableSelf);
+inline constexpr Pixel kSelf14 = searching(12, 11, 14).atmosphere(A::LensTable).finalForm(F::WindowTableSelf);
+inline constexpr Pixel kSelf1411 = searching(14, 11, 7).atmosphere(A::LensTable).finalForm(F::WindowTableSelf);
 
 // The rows of 61 and 62 run the four-range frame; their branches are unused.
 inline constexpr Branch kFourRange = on(G::Grid25, fixed(B::Bins81));
@@ -149,23 +163,23 @@ inline constexpr Branch kFourRange = on(G::Grid25, fixed(B::Bins81));
 inline constexpr Recipe kRecipes[] = {
     // calType, stage, drift, air, tempRange 2, 3, 4, per-pixel, per-frame exponent and exp
     {61, StageForm::FourRange, DriftForm::Read, Channel::CH2, kFourRange, kFourRange, kFourRange,
-        {{12, 12, 7, 9}, A::Plain, noDistanceGain, F::Window, Channel::CH2, V::A}, Exponent::Distance, Exp::My},
+        searching(12, 12, 7, 9).finalForm(F::Window).window(Channel::CH2).gray(V::A), Exponent::Distance, Exp::My},
     {62, StageForm::FourRange, DriftForm::Read, Channel::CH1, kFourRange, kFourRange, kFourRange,
-        {{12, 12, 7, 10}, A::NoLens, noDistanceGain, F::Window, Channel::CH2, V::A}, Exponent::Plain, Exp::My},
+        searching(12, 12, 7, 10).atmosphere(A::NoLens).finalForm(F::Window).window(Channel::CH2).gray(V::A), Exponent::Plain, Exp::My},
     {71, StageForm::Skeleton, DriftForm::NE, Channel::CH1,
         on(G::Grid45, curve(Xb::MeanCH20, C::B, Wt::TableB)).shift(W::FadeThird4).seeds(),
         on(G::GridMid7, pivot(B::Pivot155, Xb::MeanCH20, Wt::B3)).shift(W::Clock1200).drift(D::Quad).publishes(),
         on(G::GridHigh7, pivot(B::PivotSlope, Xb::MeanCH20, Wt::None)).shift(W::Clock1200).drift(D::Periods, clock1200).publishes(),
-        {{12, 7, 10, 0}, A::Plain, distanceGain, F::Window, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
+        searching(12, 7, 10).distanceGain().finalForm(F::Window), Exponent::Distance, Exp::My},
     {72, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::Grid45Ext, curve(Xb::CH3p20, C::B, Wt::TableB, L1)).scaled(Sc::S0, 5).shift(W::FadeThird4).seeds(),
         kHalf155Range3, kSlopeL2Range4,
-        {{14, 7, 7, 0}, A::RangeLinear, noDistanceGain, F::Window, Channel::CH1, V::Standard}, Exponent::Plain, Exp::My},
+        searching(14, 7, 7).atmosphere(A::RangeLinear).finalForm(F::Window), Exponent::Plain, Exp::My},
     {73, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::GridLow45, curve(Xb::T2p20, C::D, Wt::W73)).scaled(Sc::S1).latch(L::W2).shift(W::W1Mark6).drift(D::LA).seeds(),
         on(G::GridMid11, pivot(B::Pivot75, Xb::CH2p20, Wt::Three)).scaled(Sc::S5).latch(L::W2).shift(W::W1HalfH).drift(D::LF),
         on(G::GridHigh7, pivot(B::PivotSlope, Xb::CH2p20, Wt::Three)).scaled(Sc::S10).shift(W::W1HalfScaled),
-        {{12, 11, 7, 0}, A::RangeLinear, noDistanceGain, F::Window, Channel::CH1, V::Standard}, Exponent::Plain, Exp::My},
+        searching(12, 11, 7).atmosphere(A::RangeLinear).finalForm(F::Window), Exponent::Plain, Exp::My},
     {74, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::GridLow45, curve(Xb::T2p20, C::D, Wt::W74)).scaled(Sc::S2).latch(L::W2).shift(W::W2Mark6).drift(D::LB).seeds(),
         on(G::GridMid11, pivot(B::Pivot75, Xb::CH2p20, Wt::W3)).scaled(Sc::S6).latch(L::W2).shift(W::W2HalfH).drift(D::LF),
@@ -191,7 +205,7 @@ inline constexpr Recipe kRecipes[] = {
     {82, StageForm::Skeleton, DriftForm::NE, Channel::CH1, k81Range2, k81Range3, k81Range4, kLensPlain, Exponent::Plain, Exp::My},
     {83, StageForm::Skeleton, DriftForm::NC, Channel::CH1, k81Range2,
         on(G::GridMid7, fixed(B::Mid25Sum83)).steps(S::Stepped).shift(W::Band83).drift(D::Quad).publishes(),
-        k81Range4, {{12, 7, 7, 0}, A::LensTable, noDistanceGain, F::Plain, Channel::CH1, V::B}, Exponent::Plain, Exp::My},
+        k81Range4, searching(12, 7, 7).atmosphere(A::LensTable).gray(V::B), Exponent::Plain, Exp::My},
     {84, StageForm::Skeleton, DriftForm::NE, Channel::CH1, k81Range2, k81Range3, k81Range4, kLensTrim, Exponent::Plain, Exp::My},
     {85, StageForm::Skeleton, DriftForm::NE, Channel::CH1,
         on(G::GridLow25Wide, curve(Xb::CH2, C::E, Wt::W85)).scaled(Sc::S11).steps(S::Rise85).shift(W::W3Mark4).join(J::Float).seeds(),
@@ -202,7 +216,7 @@ inline constexpr Recipe kRecipes[] = {
     {92, StageForm::Skeleton, DriftForm::NE, Channel::CH2,
         on(G::Grid25, fixed(B::Poly92R2)).shift(W::FadeG3).join(J::FloatAdd).seeds(),
         on(G::GridMid7, fixed(B::Poly92R3)).steps(S::Stepped).shift(W::Clock1200).drift(D::Quad).join(J::IntAdd).publishes(),
-        kUpperRange4, {{12, 7, 7, 0}, A::Plain, distanceGain, F::Plain, Channel::CH1, V::C}, Exponent::Distance, Exp::My},
+        kUpperRange4, searching(12, 7, 7).distanceGain().gray(V::C), Exponent::Distance, Exp::My},
     {93, StageForm::Skeleton, DriftForm::NE, Channel::CH1, k81Range2, k81Range3, kUpperRange4, kLensPlain, Exponent::Plain, Exp::Library},
     {94, StageForm::Skeleton, DriftForm::NE, Channel::CH1, k81Range2, k81Range3, kUpperRange4, kLensTrim, Exponent::Plain, Exp::Library},
     {95, StageForm::Skeleton, DriftForm::NE, Channel::CH1, k81Range2,
@@ -216,21 +230,21 @@ inline constexpr Recipe kRecipes[] = {
     {101, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::Grid25, fixed(B::Bins101)).shift(W::FadeG3).drift(D::TimesB4To5000).join(J::Float).seeds(),
         on(G::GridMid7, pivot(B::SlopeMean, Xb::MeanCH20, Wt::None)).steps(S::Stepped).shift(W::Ramp1800).drift(D::Quad).publishes(),
-        k101Range4, {{12, 7, 10, 0}, A::Plain, distanceGain, F::Plain, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
+        k101Range4, searching(12, 7, 10).distanceGain(), Exponent::Distance, Exp::My},
     {102, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::Grid25, fixed(B::Bins101)).shift(W::FadeG3).join(J::Float).seeds(),
         on(G::GridMid7, fixed(B::Mid25)).steps(S::Stepped).shift(W::Half102).publishes(),
-        k101Range4, {{12, 7, 10, 0}, A::LensTable, noDistanceGain, F::Trim, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
+        k101Range4, searching(12, 7, 10).atmosphere(A::LensTable).finalForm(F::Trim), Exponent::Distance, Exp::My},
     {111, StageForm::Long, DriftForm::Read, Channel::CH1,
         on(G::Grid45Ext, curve(Xb::MeanCH20, C::B, Wt::TableBLong)).steps(S::Ext45).shift(W::LensLatch).join(J::ExactDriftFirst).publishes().seeds(),
         on(G::GridMid10Wide, pivot(B::Pivot155, Xb::MeanCH20, Wt::None)).steps(S::MidWide10).shift(W::Clock1200).drift(D::Quad).join(J::ExactIntDrift).publishes(),
         on(G::GridHigh10, fixed(B::Slope20T1)).steps(S::Stepped).shift(W::ClockAlways).drift(D::Periods, clock1200).join(J::BothInt).publishes(),
-        {{14, 10, 10, 0}, A::Plain, noDistanceGain, F::LongBase, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
+        searching(14, 10, 10).finalForm(F::LongBase), Exponent::Distance, Exp::My},
     {121, StageForm::Long, DriftForm::Read, Channel::CH1,
         on(G::Grid45Ext, curve(Xb::MeanCH20, C::B, Wt::TableBLong)).steps(S::Ext45).shift(W::LensLatch).join(J::ExactDriftFirst).publishes().seeds(),
         on(G::GridMid10Wide, pivot(B::Pivot155, Xb::MeanCH20, Wt::None)).steps(S::MidWide10).shift(W::Clock1200).drift(D::Quad).join(J::ExactIntDrift).publishes(),
         on(G::GridHigh10, fixed(B::Slope20T1)).steps(S::Stepped).shift(W::ClockAlways).drift(D::Periods, clock1200).join(J::BothInt).publishes(),
-        {{14, 10, 10, 0}, A::Plain, noDistanceGain, F::LongFixed, Channel::CH1, V::Standard}, Exponent::Distance, Exp::My},
+        searching(14, 10, 10).finalForm(F::LongFixed), Exponent::Distance, Exp::My},
     {130, StageForm::Skeleton, DriftForm::NC, Channel::CH1,
         on(G::Grid45, curve(Xb::MeanCH20, C::B, Wt::TableB)).steps(S::Knot22).shift(W::FadeThird4).join(J::OffsetP2).seeds(),
         on(G::GridMid7, pivot(B::PivotFifth, Xb::MeanCH20, Wt::None)).join(J::OffsetP3),
