@@ -121,13 +121,7 @@ inline constexpr Recipe kRecipes[] = {
 
 }  // namespace recipe_words
 
-constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
-constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
-
-// Whether the CalType's row runs the four-range frame, by number.
-constexpr bool runsFourRange(int32_t calType) {
-    const int i = rowIndexOf(recipe_words::kRecipes, calType);
-    return i >= 0 && recipe_words::kRecipes[i].stage == StageForm::FourRange;
-}
+// The family's rows by CalType.
+using Recipes = RowTable<recipe_words::kRecipes>;
 
 }  // namespace kalviro::direct

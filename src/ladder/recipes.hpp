@@ -44,66 +44,32 @@ inline constexpr Limiter L2 = Limiter::L2;
 // the plain branch (no curve scale, plain steps, no latch, no warm-up
 // shift, the drift counts as they come, joined by Join::Int, warmShift 0,
 // no wCH5 seed).
-struct BranchOf {
-    Branch b;
+struct BranchOf : NamedRow<BranchOf, Branch> {
     // The curve scale and the curve index from which it applies.
     constexpr BranchOf scaled(Scale s, uint8_t from = 0) const {
-        BranchOf o = *this;
-        o.b.scale = s;
-        o.b.scaleFrom = from;
-        return o;
+        return with(&Branch::scale, s).with(&Branch::scaleFrom, from);
     }
     // bg[14] stands for itSlope in the scale when e <= 0.
-    constexpr BranchOf switched() const {
-        BranchOf o = *this;
-        o.b.scaleSwitch = true;
-        return o;
-    }
-    constexpr BranchOf steps(Steps s) const {
-        BranchOf o = *this;
-        o.b.steps = s;
-        return o;
-    }
-    constexpr BranchOf latch(Latch l) const {
-        BranchOf o = *this;
-        o.b.latch = l;
-        return o;
-    }
-    constexpr BranchOf shift(Shift s) const {
-        BranchOf o = *this;
-        o.b.shift = s;
-        return o;
-    }
+    constexpr BranchOf switched() const { return with(&Branch::scaleSwitch, true); }
+    constexpr BranchOf steps(Steps s) const { return with(&Branch::steps, s); }
+    constexpr BranchOf latch(Latch l) const { return with(&Branch::latch, l); }
+    constexpr BranchOf shift(Shift s) const { return with(&Branch::shift, s); }
     // Drift::Periods reads the clock periods.
     constexpr BranchOf drift(Drift d, Periods p = none) const {
-        BranchOf o = *this;
-        o.b.drift = d;
-        o.b.periods = p;
-        return o;
+        return with(&Branch::drift, d).with(&Branch::periods, p);
     }
-    constexpr BranchOf join(Join j) const {
-        BranchOf o = *this;
-        o.b.join = j;
-        return o;
-    }
+    constexpr BranchOf join(Join j) const { return with(&Branch::join, j); }
     // warmShift receives the shift D.
-    constexpr BranchOf publishes() const {
-        BranchOf o = *this;
-        o.b.publish = Publish::Shift;
-        return o;
-    }
+    constexpr BranchOf publishes() const { return with(&Branch::publish, Publish::Shift); }
     // wCH5 takes itRefTemp while still 0.
-    constexpr BranchOf seeds() const {
-        BranchOf o = *this;
-        o.b.seedWCH5 = true;
-        return o;
-    }
-    constexpr operator Branch() const { return b; }
+    constexpr BranchOf seeds() const { return with(&Branch::seedWCH5, true); }
 };
 
 constexpr BranchOf on(GridId grid, BodyDrift body) {
-    return {Branch{grid, Sc::None, 0, false, S::Plain, body, L::None, W::None, D::Plain, none, J::Int,
-                   Publish::Zero, false}};
+    BranchOf o{};
+    o.row = Branch{grid,    Sc::None, 0,    false,  S::Plain,      body, L::None,
+                   W::None, D::Plain, none, J::Int, Publish::Zero, false};
+    return o;
 }
 
 // clang-format off
@@ -290,13 +256,7 @@ inline constexpr Recipe kRecipes[] = {
 
 }  // namespace recipe_words
 
-constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
-constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
-
-// Whether the CalType's row runs the four-range frame, by number.
-constexpr bool runsFourRange(int32_t calType) {
-    const int i = rowIndexOf(recipe_words::kRecipes, calType);
-    return i >= 0 && recipe_words::kRecipes[i].stage == StageForm::FourRange;
-}
+// The family's rows by CalType.
+using Recipes = RowTable<recipe_words::kRecipes>;
 
 }  // namespace kalviro::ladder
