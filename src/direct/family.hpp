@@ -17,8 +17,6 @@ namespace kalviro::direct {
 struct Trait : Recipes {
     using Plan = PixelPlan;
 
-    static constexpr bool owns(Family f) { return f == Family::Direct || f == Family::Direct4; }
-
     static float frame(const Row& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                        float distance) {
         return frameDegrees(r, st, block, gray, emissivity, distance);
@@ -34,8 +32,8 @@ struct Trait : Recipes {
     }
     // The block words the plan reads, handed to `use`: four ranges read more.
     template <typename Use>
-    static auto withPlanWords(Family f, Use&& use) {
-        return f == Family::Direct4 ? use(kPlanWords4) : use(kPlanWords);
+    static auto withPlanWords(const Row& r, Use&& use) {
+        return r.stage == StageForm::FourRange ? use(kPlanWords4) : use(kPlanWords);
     }
 };
 

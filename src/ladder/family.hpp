@@ -17,8 +17,6 @@ namespace kalviro::ladder {
 struct Trait : Recipes {
     using Plan = PixelPlan;
 
-    static constexpr bool owns(Family f) { return f == Family::Ladder || f == Family::Ladder4; }
-
     static float frame(const Row& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                        float distance) {
         return frameDegrees(r, st, block, gray, emissivity, distance);
@@ -35,7 +33,7 @@ struct Trait : Recipes {
     }
     // The block words the plan reads, handed to `use`.
     template <typename Use>
-    static auto withPlanWords(Family, Use&& use) {
+    static auto withPlanWords(const Row&, Use&& use) {
         return use(kPlanWords);
     }
 };
