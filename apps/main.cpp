@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <exception>
 
-#include "alarms.hpp"
-#include "failure.hpp"
-#include "signals.hpp"
-#include "subcommand.hpp"
+#include "analysis/alarms.hpp"
+#include "commands/subcommand.hpp"
+#include "convert/signals.hpp"
+#include "frames/failure.hpp"
 
 int main(int argc, char** argv) {
     using namespace kalviro::cli;

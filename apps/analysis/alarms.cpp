@@ -1,4 +1,4 @@
-#include "alarms.hpp"
+#include "analysis/alarms.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "block_fields.hpp"
-#include "failure.hpp"
-#include "le_bytes.hpp"
-#include "stats.hpp"
+#include "analysis/stats.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
 
 namespace kalviro::cli {
 

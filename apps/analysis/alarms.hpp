@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "outputs.hpp"
+#include "analysis/frame_result.hpp"
 
 namespace kalviro::cli {
 

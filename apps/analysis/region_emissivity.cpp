@@ -1,4 +1,4 @@
-#include "region_emissivity.hpp"
+#include "analysis/region_emissivity.hpp"
 
 #include <algorithm>
 

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/frame_result.hpp"
 #include "kalviro.hpp"
-#include "outputs.hpp"
 
 namespace kalviro::cli {
 

@@ -1,12 +1,12 @@
-#include "regions.hpp"
+#include "analysis/regions.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <set>
 
-#include "commands.hpp"
-#include "failure.hpp"
+#include "frames/conversion_args.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

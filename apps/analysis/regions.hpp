@@ -21,8 +21,8 @@
 #include <string>
 #include <vector>
 
-#include "frame_size.hpp"
-#include "stats.hpp"
+#include "analysis/stats.hpp"
+#include "frames/frame_size.hpp"
 
 namespace kalviro::cli {
 

@@ -1,10 +1,10 @@
-#include "stats.hpp"
+#include "analysis/stats.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
-#include "failure.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

@@ -1,9 +1,9 @@
-#include "units.hpp"
+#include "analysis/units.hpp"
 
 #include <cfloat>
 #include <cmath>
 
-#include "failure.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

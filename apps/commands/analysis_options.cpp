@@ -1,4 +1,4 @@
-#include "analysis_options.hpp"
+#include "commands/analysis_options.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <map>
 
-#include "commands.hpp"
-#include "failure.hpp"
-#include "outputs.hpp"
-#include "region_emissivity.hpp"
+#include "analysis/region_emissivity.hpp"
+#include "commands/commands.hpp"
+#include "frames/failure.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

@@ -13,11 +13,11 @@
 #include <filesystem>
 #include <set>
 
-#include "commands.hpp"
-#include "counts_archive.hpp"
-#include "failure.hpp"
-#include "output_names.hpp"
-#include "table_output.hpp"
+#include "commands/commands.hpp"
+#include "frames/failure.hpp"
+#include "outputs/counts_archive.hpp"
+#include "outputs/output_names.hpp"
+#include "outputs/table_output.hpp"
 
 namespace kalviro::cli {
 

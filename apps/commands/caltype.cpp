@@ -1,6 +1,6 @@
-#include "caltype.hpp"
+#include "commands/caltype.hpp"
 
-#include "failure.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

@@ -13,19 +13,20 @@
 #include <optional>
 #include <thread>
 
-#include "alarms.hpp"
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "convert_run.hpp"
-#include "cores.hpp"
-#include "failure.hpp"
-#include "frame_source.hpp"
-#include "output_names.hpp"
-#include "palette.hpp"
-#include "signals.hpp"
-#include "subcommand.hpp"
-#include "synthesizer.hpp"
-#include "table_output.hpp"
+#include "analysis/alarms.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "commands/cores.hpp"
+#include "commands/subcommand.hpp"
+#include "convert/convert_run.hpp"
+#include "convert/frame_source.hpp"
+#include "convert/signals.hpp"
+#include "frames/conversion_args.hpp"
+#include "frames/failure.hpp"
+#include "frames/synthesizer.hpp"
+#include "outputs/output_names.hpp"
+#include "outputs/palette.hpp"
+#include "outputs/table_output.hpp"
 
 namespace kalviro::cli {
 

@@ -7,14 +7,14 @@
 #include <iostream>
 #include <memory>
 
-#include "block_fields.hpp"
-#include "block_settings.hpp"
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "failure.hpp"
-#include "frame_source.hpp"
-#include "le_bytes.hpp"
-#include "subcommand.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "convert/frame_source.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/block_settings.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
 
 namespace kalviro::cli {
 

@@ -6,10 +6,10 @@
 #include <iostream>
 #include <memory>
 
-#include "block_fields.hpp"
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "subcommand.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "frames/block_fields.hpp"
 
 namespace kalviro::cli {
 

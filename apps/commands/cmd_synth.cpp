@@ -5,14 +5,15 @@
 #include <cstring>
 #include <memory>
 
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "failure.hpp"
-#include "outputs.hpp"
-#include "progress.hpp"
-#include "subcommand.hpp"
-#include "synth_scene.hpp"
-#include "synthesizer.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "convert/progress.hpp"
+#include "frames/conversion_args.hpp"
+#include "frames/failure.hpp"
+#include "frames/synth_scene.hpp"
+#include "frames/synthesizer.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

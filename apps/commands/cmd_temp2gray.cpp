@@ -9,13 +9,14 @@
 #include <iostream>
 #include <memory>
 
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "convert_run.hpp"
-#include "failure.hpp"
-#include "frame_source.hpp"
-#include "stats.hpp"
-#include "subcommand.hpp"
+#include "analysis/stats.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "convert/convert_run.hpp"
+#include "convert/frame_source.hpp"
+#include "frames/conversion_args.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

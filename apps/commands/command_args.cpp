@@ -1,10 +1,7 @@
 // The options and checks of arguments that several commands share.
-#include <cmath>
-#include <cstdio>
-
-#include "commands.hpp"
-#include "failure.hpp"
-#include "subcommand.hpp"
+#include "commands/commands.hpp"
+#include "commands/subcommand.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 
@@ -28,24 +25,6 @@ CLI::Validator frameNumber() {
             return text.find('-') == std::string::npos ? std::string() : "frames count from 0, not " + text;
         },
         "", "frame number");
-}
-
-float checkEmissivity(double e) {
-    if (!std::isfinite(e) || e <= 0.0 || e > 1.0) {
-        char buf[64];
-        std::snprintf(buf, sizeof buf, "%g", e);
-        throw Failure(std::string("bad emissivity ") + buf + ": expected a number above 0 and at most 1");
-    }
-    return static_cast<float>(e);
-}
-
-std::optional<double> checkDistance(const std::optional<double>& metres) {
-    if (metres && (!std::isfinite(*metres) || *metres < 0.0 || *metres > 1.0e6)) {
-        char buf[64];
-        std::snprintf(buf, sizeof buf, "%g", *metres);
-        throw Failure(std::string("bad distance ") + buf + ": expected metres from 0 to 1000000");
-    }
-    return metres;
 }
 
 std::optional<FrameSize> optionalSize(const std::optional<std::string>& text) {

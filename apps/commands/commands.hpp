@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "analysis_options.hpp"
-#include "frame_size.hpp"
+#include "commands/analysis_options.hpp"
+#include "frames/frame_size.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro::cli {
@@ -84,9 +84,7 @@ bool convertFile(const ConvertOptions& o, TableFile* sharedTable);
 void runSynth(const SynthOptions& o);
 void runTemp2Gray(const Temp2GrayOptions& o);
 
-// Shared checks of arguments; each throws Failure naming what it expected.
-float checkEmissivity(double e);
-std::optional<double> checkDistance(const std::optional<double>& metres);
+// --size, when given; Failure naming what it expected.
 std::optional<FrameSize> optionalSize(const std::optional<std::string>& text);
 
 }  // namespace kalviro::cli

@@ -1,4 +1,4 @@
-#include "convert_run.hpp"
+#include "convert/convert_run.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -12,10 +12,10 @@
 #include <system_error>
 #include <thread>
 
-#include "failure.hpp"
-#include "le_bytes.hpp"
-#include "progress.hpp"
-#include "region_emissivity.hpp"
+#include "analysis/region_emissivity.hpp"
+#include "convert/progress.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
 
 namespace kalviro::cli {
 

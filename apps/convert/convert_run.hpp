@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "frame_source.hpp"
-#include "outputs.hpp"
+#include "convert/frame_source.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

@@ -1,4 +1,4 @@
-#include "frame_source.hpp"
+#include "convert/frame_source.hpp"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -11,9 +11,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "counts_archive.hpp"
-#include "failure.hpp"
-#include "signals.hpp"
+#include "convert/signals.hpp"
+#include "frames/failure.hpp"
+#include "outputs/counts_archive.hpp"
 
 namespace kalviro::cli {
 

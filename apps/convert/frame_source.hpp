@@ -15,19 +15,12 @@
 #include <string>
 #include <vector>
 
-#include "frame_size.hpp"
-#include "kalviro.h"
+#include "frames/frame.hpp"
+#include "frames/frame_size.hpp"
 
 namespace kalviro::cli {
 
 class CountsArchiveReader;
-
-struct Frame {
-    uint64_t index = 0;
-    std::vector<uint16_t> pixels;  // empty when only the block was read
-    uint16_t centreGray = 0;       // the gray handed to the per-frame call
-    TempFrameInfo block{};         // the 512 bytes as the camera wrote them
-};
 
 class FrameSource {
 public:

@@ -1,4 +1,4 @@
-#include "progress.hpp"
+#include "convert/progress.hpp"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "signals.hpp"
+#include "convert/signals.hpp"
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -10,7 +10,7 @@
 #include <system_error>
 #include <thread>
 
-#include "pending_files.hpp"
+#include "outputs/pending_files.hpp"
 
 namespace kalviro::cli {
 

@@ -1,4 +1,4 @@
-#include "canvas.hpp"
+#include "outputs/canvas.hpp"
 
 #include <algorithm>
 

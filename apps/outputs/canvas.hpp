@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "palette.hpp"
+#include "outputs/palette.hpp"
 
 namespace kalviro::cli {
 

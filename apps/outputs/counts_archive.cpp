@@ -1,4 +1,4 @@
-#include "counts_archive.hpp"
+#include "outputs/counts_archive.hpp"
 
 #include <sys/stat.h>
 
@@ -8,9 +8,9 @@
 #include <fstream>
 #include <mutex>
 
-#include "failure.hpp"
-#include "frame_source.hpp"
-#include "outputs.hpp"
+#include "frames/failure.hpp"
+#include "frames/frame.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

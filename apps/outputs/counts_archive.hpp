@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "frame_size.hpp"
+#include "frames/frame_size.hpp"
 
 namespace kalviro::cli {
 

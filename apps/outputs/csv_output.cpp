@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "failure.hpp"
-#include "outputs.hpp"
+#include "frames/failure.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

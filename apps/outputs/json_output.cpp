@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "block_fields.hpp"
-#include "failure.hpp"
-#include "outputs.hpp"
-#include "region_json.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/failure.hpp"
+#include "outputs/outputs.hpp"
+#include "outputs/region_json.hpp"
 
 namespace kalviro::cli {
 

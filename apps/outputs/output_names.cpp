@@ -1,6 +1,6 @@
-#include "output_names.hpp"
+#include "outputs/output_names.hpp"
 
-#include "failure.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

@@ -1,4 +1,4 @@
-#include "outputs.hpp"
+#include "outputs/outputs.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "block_fields.hpp"
-#include "failure.hpp"
-#include "output_names.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/failure.hpp"
+#include "outputs/output_names.hpp"
 
 namespace kalviro::cli {
 

@@ -11,53 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "block_settings.hpp"
-#include "canvas.hpp"
-#include "frame_size.hpp"
-#include "kalviro.hpp"
-#include "palette.hpp"
-#include "pending_files.hpp"
-#include "regions.hpp"
-#include "stats.hpp"
-#include "units.hpp"
+#include "analysis/frame_result.hpp"
+#include "outputs/canvas.hpp"
+#include "outputs/palette.hpp"
+#include "outputs/pending_files.hpp"
 
 namespace kalviro::cli {
-
-// What every temperature of every output is in.
-
-// What a run converts, the same for all its frames.
-struct RunInfo {
-    std::string source;
-    FrameSize size;
-    CalTypeInfo calType{};
-    float emissivity = kDefaultEmissivity;
-    std::optional<double> distance;  // metres, when it overrides the block's
-    std::vector<Region> regions;
-    std::vector<Spot> spots;
-    bool sequence = false;                 // per-frame files get the frame number in their name
-    std::optional<uint64_t> totalFrames;   // of the source, when known
-    std::vector<Area> shapes;              // every region and spot, in the order given
-    std::vector<float> otherEmissivities;  // of the shapes, each once, other than the run's
-    std::vector<FieldSetting> settings;    // --set, written into each block as read
-    Unit unit = Unit::Celsius;             // of every temperature written
-    int32_t bins = 64;                     // of each histogram
-};
-
-// One converted frame.
-struct FrameResult {
-    uint64_t index = 0;
-    std::vector<float> temps;
-    std::vector<uint16_t> grays;  // the frame's gray values, as read
-    uint16_t centreGray = 0;
-    float perFrame = 0.0f;  // the per-frame call's value for centreGray
-    Stats whole;
-    std::vector<Stats> regions;
-    std::vector<float> spots;
-    TempFrameInfo settings{};           // the block as the camera wrote it
-    std::vector<Stats> shapeStats;      // of RunInfo::shapes, in order
-    std::vector<Histogram> histograms;  // of RunInfo::shapes, in order
-    Histogram histogram;                // of the frame
-};
 
 struct PngOptions {
     const Palette* palette = nullptr;
@@ -69,23 +28,6 @@ struct PngOptions {
     std::optional<std::pair<float, float>> isotherm;       // band painted in its own colour
     double fps = 30.0;                                     // video outputs
     bool counts = false;  // .tiff holds the gray values and blocks, not temperatures
-};
-
-class Output {
-public:
-    virtual ~Output() = default;
-    // true: frame() is called by the worker that converted the frame, in any
-    // order and at the same time as for other frames. false: in frame order,
-    // one frame at a time.
-    virtual bool perFrame() const = 0;
-    virtual void frame(const FrameResult& r) = 0;
-    // The part of an in-order output's work a frame alone decides, done by
-    // the worker that converted it, in any order, before frame().
-    virtual void prepare(const FrameResult&) {}
-    // true: frame() reads the histograms, which cost as much as the
-    // statistics; no other output makes them computed.
-    virtual bool histograms() const { return false; }
-    virtual void finish() {}
 };
 
 // Failure for an extension it does not know.

@@ -1,4 +1,4 @@
-#include "palette.hpp"
+#include "outputs/palette.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "pending_files.hpp"
+#include "outputs/pending_files.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "failure.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

@@ -1,4 +1,4 @@
-#include "picture.hpp"
+#include "outputs/picture.hpp"
 
 #include <algorithm>
 #include <cmath>

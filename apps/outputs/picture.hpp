@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "canvas.hpp"
-#include "outputs.hpp"
+#include "outputs/canvas.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

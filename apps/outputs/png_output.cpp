@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "canvas.hpp"
-#include "failure.hpp"
-#include "outputs.hpp"
-#include "picture.hpp"
+#include "frames/failure.hpp"
+#include "outputs/canvas.hpp"
+#include "outputs/outputs.hpp"
+#include "outputs/picture.hpp"
 
 namespace kalviro::cli {
 

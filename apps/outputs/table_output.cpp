@@ -1,4 +1,4 @@
-#include "table_output.hpp"
+#include "outputs/table_output.hpp"
 
 #include <sys/types.h>
 #include <unistd.h>
@@ -9,10 +9,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "block_fields.hpp"
-#include "failure.hpp"
-#include "le_bytes.hpp"
-#include "stats.hpp"
+#include "analysis/stats.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
 
 namespace kalviro::cli {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "outputs.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

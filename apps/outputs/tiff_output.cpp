@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "failure.hpp"
-#include "outputs.hpp"
+#include "frames/failure.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 

@@ -19,10 +19,10 @@ extern "C" {
 #include <mutex>
 #include <vector>
 
-#include "failure.hpp"
-#include "output_names.hpp"
-#include "outputs.hpp"
-#include "picture.hpp"
+#include "frames/failure.hpp"
+#include "outputs/output_names.hpp"
+#include "outputs/outputs.hpp"
+#include "outputs/picture.hpp"
 
 namespace kalviro::cli {
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "commands/subcommand.hpp"
 #include "kalviro.hpp"
-#include "subcommand.hpp"
 
 namespace kalviro::cli {
 

@@ -1,13 +1,13 @@
-#include "view_series.hpp"
+#include "view/view_series.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <cstdint>
 
-#include "block_fields.hpp"
-#include "failure.hpp"
-#include "le_bytes.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
 
 namespace kalviro::cli {
 

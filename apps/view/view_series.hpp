@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "regions.hpp"
-#include "view_store.hpp"
+#include "analysis/regions.hpp"
+#include "view/view_store.hpp"
 
 namespace kalviro::cli {
 

@@ -21,18 +21,19 @@
 #include <future>
 #include <thread>
 
-#include "block_fields.hpp"
-#include "caltype.hpp"
-#include "commands.hpp"
-#include "failure.hpp"
-#include "frame_source.hpp"
-#include "le_bytes.hpp"
-#include "palette.hpp"
-#include "signals.hpp"
-#include "view_assets.hpp"
-#include "view_command.hpp"
-#include "view_series.hpp"
-#include "view_store.hpp"
+#include "commands/caltype.hpp"
+#include "commands/commands.hpp"
+#include "convert/frame_source.hpp"
+#include "convert/signals.hpp"
+#include "frames/block_fields.hpp"
+#include "frames/conversion_args.hpp"
+#include "frames/failure.hpp"
+#include "frames/le_bytes.hpp"
+#include "outputs/palette.hpp"
+#include "view/view_assets.hpp"
+#include "view/view_command.hpp"
+#include "view/view_series.hpp"
+#include "view/view_store.hpp"
 
 extern char** environ;
 

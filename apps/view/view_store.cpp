@@ -1,10 +1,10 @@
-#include "view_store.hpp"
+#include "view/view_store.hpp"
 
 #include <chrono>
 #include <cstdio>
 
-#include "convert_run.hpp"
-#include "failure.hpp"
+#include "convert/convert_run.hpp"
+#include "frames/failure.hpp"
 
 namespace kalviro::cli {
 

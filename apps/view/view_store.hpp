@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "frame_source.hpp"
+#include "convert/frame_source.hpp"
 #include "kalviro.hpp"
 
 namespace kalviro::cli {

@@ -24,7 +24,7 @@ foreach(name IN LISTS FILES)
   math(EXPR i "${i} + 1")
 endforeach()
 set(text "// Generated from apps/view/web by embed.cmake; edit the files there.
-#include \"view_assets.hpp\"
+#include \"view/view_assets.hpp\"
 
 namespace kalviro::cli {
 

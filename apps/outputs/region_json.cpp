@@ -1,9 +1,9 @@
-#include "region_json.hpp"
+#include "outputs/region_json.hpp"
 
 #include <nlohmann/json.hpp>
 
-#include "block_fields.hpp"
-#include "stats.hpp"
+#include "analysis/stats.hpp"
+#include "frames/block_fields.hpp"
 
 namespace kalviro::cli {
 

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "outputs.hpp"
+#include "outputs/outputs.hpp"
 
 namespace kalviro::cli {
 
