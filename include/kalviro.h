@@ -386,7 +386,7 @@ KALVIRO_API extern const int32_t kalviro_table_size;
     KALVIRO_API float Gray2Temp_Once_##nn(int32_t gray, TempFrameInfo *block, float emissivity, \
                                           float distance);
 #define KALVIRO_DECLARE_GETIT(nn) KALVIRO_API double GetITValue_##nn(TempFrameInfo *block);
-#define KALVIRO_DECLARE(nn, layout, hasIT, family)                            \
+#define KALVIRO_DECLARE(nn, layout, hasIT, family, last)                      \
     KALVIRO_API void TempPara_get_##nn(TempFrameInfo *block, TempPara *para); \
     KALVIRO_API void GetTempPara_##nn(TempFrameInfo *block, TempPara *para);  \
     KALVIRO_IF(hasIT, KALVIRO_DECLARE_GETIT(nn))                              \

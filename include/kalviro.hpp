@@ -12,11 +12,11 @@ namespace kalviro {
 
 // What the list says of a CalType.
 enum class Layout : uint8_t { Base, Long };
+// The families of KALVIRO_FAMILIES (kalviro_caltypes.h), in its order.
 enum class Family : uint8_t {
-    Direct,   // one emissivity polynomial or Esp_Table, tempRange 2 to 4
-    Direct4,  // older Direct members with tempRange 2 to 5 (12, 60)
-    Ladder,   // the shared emissivity ladder, tempRange 2 to 4
-    Ladder4,  // ladder members with tempRange 2 to 5 (61, 62)
+#define KALVIRO_FAMILY_ENUMERATOR(name, ns) name,
+    KALVIRO_FAMILIES(KALVIRO_FAMILY_ENUMERATOR)
+#undef KALVIRO_FAMILY_ENUMERATOR
 };
 
 struct CalTypeInfo {
@@ -24,16 +24,15 @@ struct CalTypeInfo {
     Layout layout;  // Long: block fields at 0x134/0x138 moved, long TempPara
     bool hasGetIT;  // has GetITValue_NN
     Family family;
+    // The tempRange codes it reads are 2 to lastTempRange: 5 for the older
+    // members that run the four-range frame (12, 60, 61, 62), else 4.
+    int32_t lastTempRange;
 };
 
 #define KALVIRO_LAYOUT_BASE ::kalviro::Layout::Base
 #define KALVIRO_LAYOUT_LONG ::kalviro::Layout::Long
-#define KALVIRO_FAMILY_DIRECT ::kalviro::Family::Direct
-#define KALVIRO_FAMILY_DIRECT4 ::kalviro::Family::Direct4
-#define KALVIRO_FAMILY_LADDER ::kalviro::Family::Ladder
-#define KALVIRO_FAMILY_LADDER4 ::kalviro::Family::Ladder4
-#define KALVIRO_INFO(nn, layout, hasIT, family) \
-    CalTypeInfo{nn, KALVIRO_LAYOUT_##layout, hasIT != 0, KALVIRO_FAMILY_##family},
+#define KALVIRO_INFO(nn, layout, hasIT, family, last) \
+    CalTypeInfo{nn, KALVIRO_LAYOUT_##layout, hasIT != 0, ::kalviro::Family::family, last},
 // The emissivity the command and the Python package take when none is given:
 // a typical painted, oxidised or organic surface.
 inline constexpr float kDefaultEmissivity = 0.95f;
@@ -42,13 +41,17 @@ inline constexpr float kDefaultEmissivity = 0.95f;
 inline constexpr CalTypeInfo kCalTypes[KALVIRO_CALTYPE_COUNT] = {KALVIRO_CALTYPES(KALVIRO_INFO)};
 #undef KALVIRO_INFO
 
-// The family's name as the command and the Python package show it, and the
-// tempRange codes a CalType of it reads: 2 to lastTempRange.
+// The number of families, and a family's name as the command and the
+// Python package show it.
+#define KALVIRO_FAMILY_ONE(name, ns) +1
+inline constexpr int kFamilyCount = 0 KALVIRO_FAMILIES(KALVIRO_FAMILY_ONE);
+#undef KALVIRO_FAMILY_ONE
 constexpr const char* familyName(Family family) {
-    return family == Family::Ladder || family == Family::Ladder4 ? "ladder" : "direct";
-}
-constexpr int32_t lastTempRange(Family family) {
-    return family == Family::Direct4 || family == Family::Ladder4 ? 5 : 4;
+#define KALVIRO_FAMILY_NAME(name, ns) #ns,
+    constexpr const char* kNames[] = {KALVIRO_FAMILIES(KALVIRO_FAMILY_NAME)};
+#undef KALVIRO_FAMILY_NAME
+    const int i = static_cast<int>(family);
+    return i < kFamilyCount ? kNames[i] : "";
 }
 
 // The list's entry for a CalType, or null when there is none.

@@ -17,16 +17,8 @@
 namespace kalviro {
 namespace {
 
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
-
-const std::vector<test::VectorFrame>& vectorFrames() {
-    static const std::vector<test::VectorFrame> all = test::loadVectorFrames();
-    return all;
-}
+using test::bitsOf;
+using test::vectorFrames;
 
 // n pixels over [lo, hi], both ends among them.
 std::vector<uint16_t> spread(int32_t lo, int32_t hi, size_t n) {
@@ -146,13 +138,24 @@ struct Marked {
         }();
         table->temp[second[0]] = mark;
     }
+    // The first frame through the camera's table, then the mark.
+    void firstFrame(const Camera& cam, const TempFrameInfo* block) {
+        cam.realFrame(first, block, 0.95f, 0.0f, out, *table);
+        plant();
+    }
     bool markCameBack() const { return bitsOf(out[0]) == kMark; }
 };
 
-TEST(FrameSequenceReuse, ASamePlanReadsTheEntriesBuiltBefore) {
+// CalType 21 on the worked block of tempRange 2, after its per-frame call.
+struct Worked21 {
     test::Block b = test::workedBlockRange2();
-    Camera cam(21);
-    cam.init(1000, b.info(), 0.95f, 0.0f);
+    Camera cam{21};
+    Worked21() { cam.init(1000, b.info(), 0.95f, 0.0f); }
+};
+
+TEST(FrameSequenceReuse, ASamePlanReadsTheEntriesBuiltBefore) {
+    Worked21 w;
+    Camera& cam = w.cam;
 
     struct Case {
         const char* name;
@@ -180,10 +183,9 @@ TEST(FrameSequenceReuse, ASamePlanReadsTheEntriesBuiltBefore) {
          0.95f},
     };
     for (const Case& c : cases) {
-        test::Block bl = b;
+        test::Block bl = w.b;
         Marked m;
-        cam.realFrame(m.first, bl.info(), 0.95f, 0.0f, m.out, *m.table);
-        m.plant();
+        m.firstFrame(cam, bl.info());
         c.between(cam, bl, m);
         cam.realFrame(m.second, bl.info(), c.emissivity, 0.0f, m.out, *m.table);
         EXPECT_EQ(m.markCameBack(), c.reused) << c.name;
@@ -194,15 +196,13 @@ TEST(FrameSequenceReuse, ASamePlanReadsTheEntriesBuiltBefore) {
 }
 
 TEST(FrameSequenceReuse, EveryWholeFrameEntryKeepsItsTable) {
-    test::Block b = test::workedBlockRange2();
-    Camera cam(21);
-    cam.init(1000, b.info(), 0.95f, 0.0f);
+    Worked21 w;
+    test::Block& b = w.b;
     // A copy at another address holds the same statics: the same plan.
     {
         Marked m;
-        cam.realFrame(m.first, b.info(), 0.95f, 0.0f, m.out, *m.table);
-        m.plant();
-        const Camera copy = cam;
+        m.firstFrame(w.cam, b.info());
+        const Camera copy = w.cam;
         copy.realFrame(m.second, b.info(), 0.95f, 0.0f, m.out, *m.table);
         EXPECT_TRUE(m.markCameBack()) << "a copy of the camera";
     }
@@ -259,14 +259,11 @@ TEST(FrameSequenceReuse, AnotherSetOfLanesBuildsAfresh) {
     if (kalviro_set_lanes("scalar") != 0) GTEST_SKIP();
     kalviro_set_lanes(nullptr);
     if (std::strcmp(kalviro_lanes(), "scalar") == 0) GTEST_SKIP() << "one set only";
-    test::Block b = test::workedBlockRange2();
-    Camera cam(21);
-    cam.init(1000, b.info(), 0.95f, 0.0f);
+    Worked21 w;
     Marked m;
-    cam.realFrame(m.first, b.info(), 0.95f, 0.0f, m.out, *m.table);
-    m.plant();
+    m.firstFrame(w.cam, w.b.info());
     ASSERT_EQ(kalviro_set_lanes("scalar"), 0);
-    cam.realFrame(m.second, b.info(), 0.95f, 0.0f, m.out, *m.table);
+    w.cam.realFrame(m.second, w.b.info(), 0.95f, 0.0f, m.out, *m.table);
     kalviro_set_lanes(nullptr);
     EXPECT_FALSE(m.markCameBack());
 }

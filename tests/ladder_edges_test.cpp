@@ -132,7 +132,7 @@ TEST_P(Trim, BandRowAndStep) {
     const TrimCase& c = GetParam();
     Block b;
     b.with(field::envTemp, c.envTemp).with(field::auxGate, c.auxGate).with(field::tempOffset, 37);
-    const PixelPlan plan = pixelPlan(*recipeFor(84), CalState{}, b.raw(), c.emissivity, 0.0f, false);
+    const PixelPlan plan = pixelPlan(*Recipes::rowFor(84), CalState{}, b.raw(), c.emissivity, 0.0f, false);
     EXPECT_EQ(trimTable(c.X, plan), c.result);
 }
 

@@ -30,7 +30,7 @@ inline ladder::Frame frameOf(const Block& b) {
 // The raw temperature of the per-frame stage of a fresh module, on a copy of b.
 inline float rawOf(int32_t calType, Block b, int32_t gray) {
     CalState st;
-    return ladder::stage(*ladder::recipeFor(calType), st, b.raw(), gray);
+    return ladder::stage(*ladder::Recipes::rowFor(calType), st, b.raw(), gray);
 }
 
 }  // namespace kalviro::test

@@ -118,7 +118,7 @@ TEST_P(CurveScaleAt, FollowsTheSensor) {
     Frame f = test::frameOf(b);
     f.dIT = s.e;
     f.c.c5 = 30.0f + s.e;
-    EXPECT_EQ(curveScale(*branchFor(*recipeFor(s.calType), s.range), f), s.g);
+    EXPECT_EQ(curveScale(*branchFor(*Recipes::rowFor(s.calType), s.range), f), s.g);
 }
 
 INSTANTIATE_TEST_SUITE_P(

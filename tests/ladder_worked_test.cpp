@@ -30,7 +30,7 @@ struct Worked {
 // they leave, then the same block through a camera. Returns the block as the
 // per-frame call left it.
 Block expectWorked(int calType, Block (*make)(), int32_t gray, float emissivity, const Worked& w) {
-    const Recipe& r = *recipeFor(calType);
+    const Recipe& r = *Recipes::rowFor(calType);
     CalState st = initialState(calType);
     Block b = make();
     const float raw = stage(r, st, b.raw(), gray);

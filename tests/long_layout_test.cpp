@@ -22,13 +22,8 @@
 namespace kalviro {
 namespace {
 
+using test::asFloat;
 using test::bitsOf;
-
-float floatOfBits(uint32_t bits) {
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
 
 // Every road to a per-pixel result that takes a whole frame: each lane
 // width through the table builder, and the frame call on one and on four
@@ -130,8 +125,8 @@ TEST(LongLayout, NaNResultsAreTheSameBitsOnEveryRoad) {
     const std::vector<Args> args = {
         {nan, 1.0f},
         {-nan, 1.0f},
-        {floatOfBits(0xffc0beefu), 1.0f},
-        {floatOfBits(0x7fa00001u), 1.0f},  // signalling
+        {asFloat(0xffc0beefu), 1.0f},
+        {asFloat(0x7fa00001u), 1.0f},  // signalling
         {0.95f, -nan},
         // Two NaNs meet, the distance's through a negation.
         {nan, nan},

@@ -267,7 +267,7 @@ TEST(PerPixelPlanKept, ASecondPerFrameCallKeepsTheTableOnlyForTheSamePlan) {
         {"the same block", [](const Module&, VectorFrame&, int32_t&) {}, true},
         {"the plan words changed",
          [](const Module& m, VectorFrame& vf, int32_t&) {
-             withPlanWords(m.family, [&](const auto& offsets) {
+             withPlanWords(m, [&](const auto& offsets) {
                  for (const uint32_t offset : offsets) vf.bytes[1 + offset + 3] ^= 0x40;
              });
          },

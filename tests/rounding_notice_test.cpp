@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 
+#include "bits.hpp"
 #include "kalviro.h"
 #include "kalviro.hpp"
 
@@ -45,17 +46,10 @@ const NoticeRow kRows[] = {
 };
 // clang-format on
 
-float asFloat(uint32_t bits) {
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
-
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
+using kalviro::test::asFloat;
+using kalviro::test::bitsOf;
+using kalviro::test::floatOfHex;
+using kalviro::test::hexBytes;
 
 // The sequence's first block and the gray value and distance of its first
 // per-frame call.
@@ -84,13 +78,13 @@ Start startOf(const NoticeRow& row) {
             std::string hex;
             words >> hex;
             if (hex.size() != 1024) break;
-            for (size_t i = 0; i < 512; ++i)
-                s.block[i] = static_cast<uint8_t>(std::stoul(hex.substr(2 * i, 2), nullptr, 16));
+            const std::vector<uint8_t> bytes = hexBytes(hex);
+            std::copy(bytes.begin(), bytes.end(), s.block.begin());
             haveBlock = true;
         } else if (inSeq && haveBlock && (kind == "INIT" || kind == "ONCE")) {
             std::string e, d;
             words >> s.gray >> e >> d;
-            s.distance = asFloat(static_cast<uint32_t>(std::stoul(d, nullptr, 16)));
+            s.distance = floatOfHex(d);
             s.found = true;
             break;
         }

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "bits.hpp"
 #include "kalviro.h"
 
 namespace kalviro::test {
@@ -27,13 +28,6 @@ struct VectorFrame {
     uint8_t* raw() { return bytes.data() + 1; }
     TempFrameInfo* info() { return reinterpret_cast<TempFrameInfo*>(raw()); }
 };
-
-inline float floatOfHex(const std::string& hex) {
-    const auto bits = static_cast<uint32_t>(std::stoul(hex, nullptr, 16));
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
 
 inline std::vector<VectorFrame> loadVectorFrames() {
     std::vector<VectorFrame> frames;
@@ -50,8 +44,8 @@ inline std::vector<VectorFrame> loadVectorFrames() {
                 words >> calType;
             } else if (kind == "FRAME") {
                 words >> hex;
-                for (size_t i = 0; i < 512; ++i)
-                    f.bytes[i + 1] = static_cast<uint8_t>(std::stoul(hex.substr(2 * i, 2), nullptr, 16));
+                const std::vector<uint8_t> block = hexBytes(hex);
+                std::copy_n(block.begin(), std::min<size_t>(block.size(), 512), f.bytes.begin() + 1);
             } else if (kind == "INIT" || kind == "ONCE") {
                 std::string e, d;
                 words >> f.gray >> e >> d;
@@ -75,12 +69,6 @@ inline std::vector<VectorFrame> loadVectorFrames() {
 inline const std::vector<VectorFrame>& vectorFrames() {
     static const std::vector<VectorFrame> all = loadVectorFrames();
     return all;
-}
-
-inline uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
 }
 
 }  // namespace kalviro::test

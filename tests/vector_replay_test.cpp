@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "api/module.hpp"
+#include "bits.hpp"
 #include "kalviro.h"
 #include "kalviro.hpp"
 
@@ -52,33 +53,11 @@ std::vector<Sequence> loadSequences() {
     return all;
 }
 
-uint32_t hex32(const std::string& s) { return static_cast<uint32_t>(std::stoul(s, nullptr, 16)); }
-uint64_t hex64(const std::string& s) { return std::stoull(s, nullptr, 16); }
-
-float asFloat(uint32_t bits) {
-    float f;
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
-
-uint32_t bitsOf(float f) {
-    uint32_t b;
-    std::memcpy(&b, &f, sizeof b);
-    return b;
-}
-
-uint64_t bitsOf(double d) {
-    uint64_t b;
-    std::memcpy(&b, &d, sizeof b);
-    return b;
-}
-
-std::vector<uint8_t> hexBytes(const std::string& s) {
-    std::vector<uint8_t> out(s.size() / 2);
-    for (size_t i = 0; i < out.size(); ++i)
-        out[i] = static_cast<uint8_t>(std::stoul(s.substr(2 * i, 2), nullptr, 16));
-    return out;
-}
+using kalviro::test::asFloat;
+using kalviro::test::bitsOf;
+using kalviro::test::hex32;
+using kalviro::test::hex64;
+using kalviro::test::hexBytes;
 
 // The conversion under test: a Camera, a C handle, or the process-wide C
 // entries.

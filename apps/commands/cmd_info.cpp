@@ -51,7 +51,7 @@ void printText(const std::string& name, uint64_t index, const std::optional<uint
     std::printf("%s: frame %llu", name.c_str(), static_cast<unsigned long long>(index));
     if (frames) std::printf(" of %llu", static_cast<unsigned long long>(*frames));
     std::printf(", %s\n", size.text().c_str());
-    std::printf("CalType %d: %s layout, %s, ", c.calType, layoutName(c.layout), familyText(c.family).c_str());
+    std::printf("CalType %d: %s layout, %s, ", c.calType, layoutName(c.layout), familyText(c).c_str());
     if (c.hasGetIT) {
         std::printf("GetIT value %.6g\n", camera.getIT(&block));
     } else {
@@ -137,7 +137,7 @@ void runInfo(const InfoOptions& o) {
     j["calType"] = c.calType;
     j["layout"] = layoutName(c.layout);
     j["family"] = familyName(c.family);
-    j["lastTempRange"] = lastTempRange(c.family);
+    j["lastTempRange"] = c.lastTempRange;
     j["getIT"] = getITJson(camera, c, frame.block);
     j["tempPara"] = tempParaJson(para, c.layout);
     j["block"] = blockJson(blockBytes(frame.block), c.layout);

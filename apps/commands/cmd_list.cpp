@@ -21,7 +21,7 @@ void runList(const ListOptions& o) {
                            {"layout", layoutName(c.layout)},
                            {"getIT", c.hasGetIT},
                            {"family", familyName(c.family)},
-                           {"lastTempRange", lastTempRange(c.family)}});
+                           {"lastTempRange", c.lastTempRange}});
         }
         std::cout << all.dump(2) << '\n';
         return;
@@ -29,7 +29,7 @@ void runList(const ListOptions& o) {
     std::printf("CalType  layout  GetIT  family\n");
     for (const CalTypeInfo& c : kCalTypes) {
         std::printf("%7d  %-6s  %-5s  %s\n", c.calType, layoutName(c.layout), c.hasGetIT ? "yes" : "no",
-                    familyText(c.family).c_str());
+                    familyText(c).c_str());
     }
     std::printf("%d CalTypes\n", KALVIRO_CALTYPE_COUNT);
 }

@@ -96,8 +96,8 @@ nlohmann::ordered_json blockUnitsJson(Layout layout) {
 
 const char* layoutName(Layout layout) { return layout == Layout::Long ? "long" : "base"; }
 
-std::string familyText(Family family) {
-    return std::string(familyName(family)) + (lastTempRange(family) == 5 ? ", ranges 2-5" : "");
+std::string familyText(const CalTypeInfo& c) {
+    return std::string(familyName(c.family)) + (c.lastTempRange == 5 ? ", ranges 2-5" : "");
 }
 
 }  // namespace kalviro::cli

@@ -35,7 +35,7 @@ double shortestDouble(float v);
 
 const char* layoutName(Layout layout);
 // The family's name, with ", ranges 2-5" for the four-range variants.
-std::string familyText(Family family);
+std::string familyText(const CalTypeInfo& c);
 
 inline const uint8_t* blockBytes(const TempFrameInfo& block) {
     return reinterpret_cast<const uint8_t*>(&block);

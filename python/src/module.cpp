@@ -26,7 +26,7 @@ py::list calTypes() {
     py::list rows;
     for (const CalTypeInfo& c : kCalTypes) {
         std::vector<int> ranges;
-        for (int32_t r = 2; r <= lastTempRange(c.family); ++r) ranges.push_back(r);
+        for (int32_t r = 2; r <= c.lastTempRange; ++r) ranges.push_back(r);
         rows.append(py::make_tuple(c.calType, familyName(c.family),
                                    c.layout == Layout::Long ? "long" : "base", c.hasGetIT,
                                    py::tuple(py::cast(ranges))));

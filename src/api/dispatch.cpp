@@ -33,26 +33,26 @@ constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_C
 // A CalType has a row in its family's table and in no other, and runs the
 // four-range frame where the list gives it tempRange 5: the list and the
 // family tables cannot disagree.
-template <typename... Traits>
-constexpr bool rowMatchesFamily(int32_t nn, Family f, FamilyList<Traits...>) {
-    return ((Traits::owns(f) == Traits::hasRow(nn)) && ...) &&
-           ((!Traits::owns(f) || Traits::fourRange(nn) == (lastTempRange(f) == 5)) && ...);
+template <std::size_t... I>
+constexpr bool rowMatchesFamily(int32_t nn, Family f, int32_t last, std::index_sequence<I...>) {
+    return (((static_cast<Family>(I) == f) == TraitOf<static_cast<Family>(I)>::type::hasRow(nn)) && ...) &&
+           withFamily(f, [&](auto trait) { return decltype(trait)::fourRange(nn) == (last == 5); });
 }
-#define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family)                       \
-    static_assert(rowMatchesFamily(nn, KALVIRO_FAMILY_##family, Families{}), \
+#define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family, last)                                            \
+    static_assert(rowMatchesFamily(nn, Family::family, last, std::make_index_sequence<kFamilyCount>{}), \
                   "family and family table disagree: " #nn);
 KALVIRO_CALTYPES(KALVIRO_ROW_MATCHES)
 #undef KALVIRO_ROW_MATCHES
 
 // The list's GetIT column is the GetIT table's rows.
-#define KALVIRO_GETIT_MATCHES(nn, layout, hasIT, family) \
+#define KALVIRO_GETIT_MATCHES(nn, layout, hasIT, family, last) \
     static_assert((hasIT != 0) == getit::hasGetITRow(nn), "GetIT column and table disagree: " #nn);
 KALVIRO_CALTYPES(KALVIRO_GETIT_MATCHES)
 #undef KALVIRO_GETIT_MATCHES
 
 // Constant-initialised: the statics exist before any constructor runs.
 CalState gStates[] = {
-#define KALVIRO_STATE(nn, layout, hasIT, family) initialState(nn),
+#define KALVIRO_STATE(nn, layout, hasIT, family, last) initialState(nn),
     KALVIRO_CALTYPES(KALVIRO_STATE)
 #undef KALVIRO_STATE
 };
@@ -207,7 +207,7 @@ void storePlan(const Module& m, const CalState& st, StoredPlan& sp, const uint8_
         std::memcpy(sp.aheadKey, key, sizeof key);
         sp.aheadCount = kAheadGrays;
     });
-    withPlanWords(m.family, [&](const auto& offsets) {
+    withPlanWords(m, [&](const auto& offsets) {
         size_t i = 0;
         for (const uint32_t offset : offsets) std::memcpy(&sp.words[i++], block + offset, sizeof(uint32_t));
     });

@@ -49,7 +49,7 @@ extern "C" {
     }
 #define KALVIRO_DEFINE_GETIT(nn) \
     double GetITValue_##nn(TempFrameInfo* block) { return Exported<nn>::getIT(block); }
-#define KALVIRO_DEFINE(nn, layout, hasIT, family)                                                         \
+#define KALVIRO_DEFINE(nn, layout, hasIT, family, last)                                                   \
     void TempPara_get_##nn(TempFrameInfo* block, TempPara* para) { Exported<nn>::tempPara(block, para); } \
     void GetTempPara_##nn(TempFrameInfo* block, TempPara* para) { TempPara_get_##nn(block, para); }       \
     KALVIRO_IF(hasIT, KALVIRO_DEFINE_GETIT(nn))                                                           \
@@ -60,12 +60,12 @@ KALVIRO_CALTYPES(KALVIRO_DEFINE)
 #define KALVIRO_GETIT_SLOT_1(nn) GetITValue_##nn
 #define KALVIRO_GETIT_SLOT_0(nn) nullptr
 #define KALVIRO_GETIT_SLOT(hasIT, nn) KALVIRO_GETIT_SLOT_##hasIT(nn)
-#define KALVIRO_ROW(nn, layout, hasIT, family) \
-    {nn,                                       \
-     Gray2Temp_Init_##nn,                      \
-     Gray2Temp_Real_##nn,                      \
-     Gray2Temp_Once_##nn,                      \
-     KALVIRO_GETIT_SLOT(hasIT, nn),            \
+#define KALVIRO_ROW(nn, layout, hasIT, family, last) \
+    {nn,                                             \
+     Gray2Temp_Init_##nn,                            \
+     Gray2Temp_Real_##nn,                            \
+     Gray2Temp_Once_##nn,                            \
+     KALVIRO_GETIT_SLOT(hasIT, nn),                  \
      GetTempPara_##nn},
 // In the order of the list: listIndex finds a row here too.
 const CalTypeEntry kalviro_table[] = {KALVIRO_CALTYPES(KALVIRO_ROW)};

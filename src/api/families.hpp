@@ -1,11 +1,15 @@
-// The one list of families. A family is a folder with a Trait in its
-// family.hpp: its row type (Row) and the CalTypes it owns (owns, hasRow,
-// rowFor, fourRange), its per-frame call (frame), its per-pixel plan (plan)
+// The families of the public list (KALVIRO_FAMILIES, kalviro_caltypes.h) as
+// the library sees them. A family is a folder with a Trait in its
+// family.hpp: its table of rows (Row, hasRow, rowFor, fourRange: a RowTable
+// of core/rows.hpp), its per-frame call (frame), its per-pixel plan (plan)
 // with the block words it reads (withPlanWords), and the kernel of the gray
 // value alone over lanes (kernel<L>). The modules, the dispatch, the stored
-// plan and the lane builders follow from this list; a new family adds its
-// folder and its line here.
+// plan and the lane builders follow from the list; a new family adds its
+// line there, its folder, and the include of its family.hpp here.
 #pragma once
+
+#include <cstddef>
+#include <utility>
 
 #include "direct/family.hpp"
 #include "kalviro.hpp"
@@ -16,23 +20,33 @@ namespace kalviro {
 template <typename... Traits>
 struct FamilyList {};
 
-using Families = FamilyList<direct::Trait, ladder::Trait>;
+// The Trait of each family, from its line of the list.
+template <Family F>
+struct TraitOf;
+#define KALVIRO_TRAIT_OF(name, ns) \
+    template <>                    \
+    struct TraitOf<Family::name> { \
+        using type = ns::Trait;    \
+    };
+KALVIRO_FAMILIES(KALVIRO_TRAIT_OF)
+#undef KALVIRO_TRAIT_OF
 
-// f(Trait{}) for the family of the list that owns `family`; the last one
-// where none does (the list's check below rules that out).
-template <typename F, typename First, typename... Rest>
-constexpr auto withFamily(Family family, FamilyList<First, Rest...>, F&& f) {
-    if constexpr (sizeof...(Rest) == 0) {
-        return f(First{});
-    } else {
-        if (First::owns(family)) return f(First{});
-        return withFamily(family, FamilyList<Rest...>{}, f);
-    }
-}
+template <std::size_t... I>
+FamilyList<typename TraitOf<static_cast<Family>(I)>::type...> traitsOf(std::index_sequence<I...>);
 
-template <typename F>
+using Families = decltype(traitsOf(std::make_index_sequence<kFamilyCount>{}));
+
+// f(Trait{}) for the Trait of `family`; the last family's for a value that
+// names none (the modules are made from the list, so none does).
+template <std::size_t I = 0, typename F>
 constexpr auto withFamily(Family family, F&& f) {
-    return withFamily(family, Families{}, f);
+    using Trait = typename TraitOf<static_cast<Family>(I)>::type;
+    if constexpr (I + 1 == kFamilyCount) {
+        return f(Trait{});
+    } else {
+        if (family == static_cast<Family>(I)) return f(Trait{});
+        return withFamily<I + 1>(family, f);
+    }
 }
 
 }  // namespace kalviro

@@ -103,10 +103,13 @@ inline bool sameWords(const uint8_t* block, const uint32_t (&offsets)[N], const 
     return diff == 0;
 }
 
-// The family's list of the block words its plan reads, handed to `use`.
+// The list of the block words the module's plan reads, handed to `use`.
 template <typename Use>
-inline auto withPlanWords(Family family, Use&& use) {
-    return withFamily(family, [&](auto trait) { return decltype(trait)::withPlanWords(family, use); });
+inline auto withPlanWords(const Module& m, Use&& use) {
+    return withFamily(m.family, [&](auto trait) {
+        using Trait = decltype(trait);
+        return Trait::withPlanWords(familyRow<Trait>(m), use);
+    });
 }
 
 inline uint32_t floatBits(float f) {
@@ -120,7 +123,7 @@ inline bool planHolds(const Module& m, const CalState& st, const StoredPlan& sp,
                       float emissivity, float distance) {
     if (sp.from != &st || sp.emissivity != floatBits(emissivity) || sp.distance != floatBits(distance))
         return false;
-    return withPlanWords(m.family, [&](const auto& offsets) { return sameWords(block, offsets, sp.words); });
+    return withPlanWords(m, [&](const auto& offsets) { return sameWords(block, offsets, sp.words); });
 }
 
 // No plan: for whoever writes statics outside the per-frame call.

@@ -22,6 +22,7 @@
 
 #include "core/block.hpp"
 #include "core/grids.hpp"
+#include "core/rows.hpp"
 #include "core/segment_table.hpp"
 #include "core/state.hpp"
 

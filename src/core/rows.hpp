@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace kalviro {
 
@@ -25,11 +26,53 @@ constexpr int rowIndexOf(const Row (&rows)[N], int32_t calType) {
     return -1;
 }
 
+// A row written by name: a table names only what differs from its family's
+// plain row, one setter each (Self derives from NamedRow<Self, Row>).
+template <typename Self, typename Row>
+struct NamedRow {
+    Row row;
+    constexpr operator Row() const { return row; }
+
+    // A copy with one field set.
+    template <typename T>
+    constexpr Self with(T Row::*field, T value) const {
+        Self o = static_cast<const Self&>(*this);
+        o.row.*field = value;
+        return o;
+    }
+};
+
 // The CalType's row, or null.
 template <typename Row, std::size_t N>
 constexpr const Row* rowOf(const Row (&rows)[N], int32_t calType) {
     const int i = rowIndexOf(rows, calType);
     return i < 0 ? nullptr : &rows[i];
+}
+
+// A family's table as its Trait offers it (api/families.hpp): the row of a
+// CalType, whether it has one, and whether that row runs the four-range frame.
+template <const auto& Rows>
+struct RowTable {
+    using Row = std::remove_cv_t<std::remove_extent_t<std::remove_reference_t<decltype(Rows)>>>;
+
+    static constexpr bool hasRow(int32_t calType) { return rowIndexOf(Rows, calType) >= 0; }
+    static constexpr const Row* rowFor(int32_t calType) { return rowOf(Rows, calType); }
+    static constexpr bool fourRange(int32_t calType) {
+        const int i = rowIndexOf(Rows, calType);
+        return i >= 0 && Rows[i].stage == StageForm::FourRange;
+    }
+};
+
+// The branch a row takes in a tempRange, or null when the range builds
+// nothing.
+template <typename Row>
+constexpr auto branchFor(const Row& r, int32_t range) -> const decltype(r.range2)* {
+    switch (range) {
+        case 2: return &r.range2;
+        case 3: return &r.range3;
+        case 4: return &r.range4;
+        default: return nullptr;
+    }
 }
 
 }  // namespace kalviro

@@ -14,14 +14,8 @@
 
 namespace kalviro::direct {
 
-struct Trait {
-    using Row = Recipe;
+struct Trait : Recipes {
     using Plan = PixelPlan;
-
-    static constexpr bool owns(Family f) { return f == Family::Direct || f == Family::Direct4; }
-    static constexpr bool hasRow(int32_t calType) { return hasRecipe(calType); }
-    static constexpr const Row* rowFor(int32_t calType) { return recipeFor(calType); }
-    static constexpr bool fourRange(int32_t calType) { return runsFourRange(calType); }
 
     static float frame(const Row& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                        float distance) {
@@ -38,8 +32,8 @@ struct Trait {
     }
     // The block words the plan reads, handed to `use`: four ranges read more.
     template <typename Use>
-    static auto withPlanWords(Family f, Use&& use) {
-        return f == Family::Direct4 ? use(kPlanWords4) : use(kPlanWords);
+    static auto withPlanWords(const Row& r, Use&& use) {
+        return r.stage == StageForm::FourRange ? use(kPlanWords4) : use(kPlanWords);
     }
 };
 

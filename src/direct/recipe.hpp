@@ -108,14 +108,4 @@ struct Recipe {
     StageForm stage = StageForm::Skeleton;
 };
 
-// The branch for a tempRange, or null when the range builds nothing.
-inline const Branch* branchFor(const Recipe& r, int32_t range) {
-    switch (range) {
-        case 2: return &r.range2;
-        case 3: return &r.range3;
-        case 4: return &r.range4;
-        default: return nullptr;
-    }
-}
-
 }  // namespace kalviro::direct

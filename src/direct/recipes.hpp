@@ -1,7 +1,9 @@
-// The Direct CalTypes, one row each: structure by tempRange (grid, body
-// drift, shift, drift counts, join, what warmShift receives) and the tail
-// (row test of tempRange 2, emissivity, air, boost, result form). Rows follow
-// the catalogue's order; the hand-written oddities are named in the enums.
+// The Direct CalTypes, one row each, by name: recipe(number, branch of each
+// tempRange), then the drift source, row test of tempRange 2, emissivity,
+// air, boost and result form where they are not the plain ones. A branch is
+// its grid, body drift and shift, then the steps, drift counts, join, what
+// warmShift receives and the wCH5 seed likewise. Rows follow the
+// catalogue's order; the hand-written oddities are named in the enums.
 #pragma once
 
 #include "core/rows.hpp"
@@ -9,13 +11,6 @@
 
 namespace kalviro::direct {
 namespace recipe_words {
-
-inline constexpr bool seed = true;
-inline constexpr bool noSeed = false;
-inline constexpr bool computed = true;
-inline constexpr bool read = false;
-inline constexpr bool boost = true;
-inline constexpr bool noBoost = false;
 
 using G = GridId;
 using S = Steps;
@@ -29,82 +24,136 @@ using R = Result;
 inline constexpr RowTest co = RowTest::ClosedOpen;
 inline constexpr RowTest oc = RowTest::OpenClosed;
 
+// A branch by name: its grid, body drift and warm-up shift, then only what
+// differs from the plain branch (plain steps, the drift counts as they come,
+// joined by Join::Int, warmShift 0, no wCH5 seed).
+struct BranchOf : NamedRow<BranchOf, Branch> {
+    constexpr BranchOf steps(Steps s) const { return with(&Branch::steps, s); }
+    constexpr BranchOf drift(Drift d) const { return with(&Branch::drift, d); }
+    constexpr BranchOf join(Join j) const { return with(&Branch::join, j); }
+    // warmShift receives the shift.
+    constexpr BranchOf publishes() const { return with(&Branch::publish, Publish::Shift); }
+    // wCH5 takes itRefTemp while still 0.
+    constexpr BranchOf seeds() const { return with(&Branch::seedWCH5, true); }
+};
+
+// Every Direct branch names its shift: on(grid, body).shift(...).
+struct Placed {
+    GridId grid;
+    Body body;
+    constexpr BranchOf shift(Shift s) const {
+        BranchOf o{};
+        o.row = Branch{grid, S::Plain, body, s, D::Plain, J::Int, Publish::Zero, false};
+        return o;
+    }
+};
+constexpr Placed on(GridId grid, Body body) { return {grid, body}; }
+
+// A CalType's row by name: its number and its branch in tempRange 2, 3 and
+// 4, then only what differs from the plain row (drift computed from the
+// sensors, closed-open rows in tempRange 2, Esp_Table, air c1, no boost,
+// integer hundredths).
+struct RecipeOf : NamedRow<RecipeOf, Recipe> {
+    // shutterDrift is the camera's, read from the block.
+    constexpr RecipeOf readsDrift() const { return with(&Recipe::computesDrift, false); }
+    // The per-frame call's rows of tempRange 2 are open-closed too.
+    constexpr RecipeOf openClosedIn2() const { return with(&Recipe::test2, oc); }
+    constexpr RecipeOf emissivity(Emissivity e) const { return with(&Recipe::emissivity, e); }
+    constexpr RecipeOf air(Air a) const { return with(&Recipe::air, a); }
+    constexpr RecipeOf boosted() const { return with(&Recipe::boost, true); }
+    constexpr RecipeOf result(Result r) const { return with(&Recipe::result, r); }
+};
+
+constexpr RecipeOf recipe(int32_t calType, Branch range2, Branch range3, Branch range4) {
+    RecipeOf o{};
+    o.row = Recipe{calType, true, range2, range3, range4, co, E::Table, A::C1, false, R::Hundredths};
+    return o;
+}
+
 // clang-format off
 // Branches shared by several members.
-inline constexpr Branch k20Range2{G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::Plain, J::Float, Publish::Zero, seed};
-inline constexpr Branch k20Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch k20Range4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::QuadLongRun, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch k21Range3{G::GridMid7, S::Stepped, B::Mid25, H::ClockLow, D::Quad, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch k21Range4{G::GridHigh7, S::Plain, B::BinsHigh21, H::ClockLow, D::QuadLongRun, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch k57Range2{G::Grid45, S::Plain, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed};
-inline constexpr Branch k57Range3{G::GridMid7, S::Plain, B::Mid45Bins, H::ClockLow, D::Quad, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch k57Range4{G::GridHigh7, S::Plain, B::Slope45, H::ClockLow, D::QuadLongRun, J::Int, Publish::Shift, noSeed};
-inline constexpr Branch kWideRange3{G::GridMid7Wide, S::Stepped, B::Mid45, H::ClockLow, D::Quad, J::ExactIntDrift, Publish::Shift, noSeed};
-inline constexpr Branch kLongRange4{G::GridHigh10, S::Stepped, B::High20, H::ClockPlain, D::QuadLongRun, J::BothInt, Publish::Shift, noSeed};
-inline constexpr Branch k54Range2{G::Grid45Ext, S::Ext45, B::Bins45Gain2, H::Lens4, D::Plain, J::ExactGrayFirst, Publish::Shift, seed};
-inline constexpr Branch k54Range3{G::GridMid10Wide, S::MidWide10, B::Mid45, H::ClockLow, D::Quad, J::ExactIntDrift, Publish::Shift, noSeed};
+inline constexpr Branch k20Range2 = on(G::Grid25, B::Bins25).shift(H::FadeG3).join(J::Float).seeds();
+inline constexpr Branch k20Range3 = on(G::GridMid7, B::Mid25).shift(H::ClockPlain).steps(S::Stepped).drift(D::Quad).publishes();
+inline constexpr Branch k20Range4 = on(G::GridHigh10, B::High20).shift(H::ClockPlain).steps(S::Stepped).drift(D::QuadLongRun).publishes();
+inline constexpr Branch k21Range3 = on(G::GridMid7, B::Mid25).shift(H::ClockLow).steps(S::Stepped).drift(D::Quad).publishes();
+inline constexpr Branch k21Range4 = on(G::GridHigh7, B::BinsHigh21).shift(H::ClockLow).drift(D::QuadLongRun).publishes();
+inline constexpr Branch k57Range2 = on(G::Grid45, B::Bins45Gain1).shift(H::FadeThird4).seeds();
+inline constexpr Branch k57Range3 = on(G::GridMid7, B::Mid45Bins).shift(H::ClockLow).drift(D::Quad).publishes();
+inline constexpr Branch k57Range4 = on(G::GridHigh7, B::Slope45).shift(H::ClockLow).drift(D::QuadLongRun).publishes();
+inline constexpr Branch kWideRange3 = on(G::GridMid7Wide, B::Mid45).shift(H::ClockLow).steps(S::Stepped).drift(D::Quad).join(J::ExactIntDrift).publishes();
+inline constexpr Branch kLongRange4 = on(G::GridHigh10, B::High20).shift(H::ClockPlain).steps(S::Stepped).drift(D::QuadLongRun).join(J::BothInt).publishes();
+inline constexpr Branch k54Range2 = on(G::Grid45Ext, B::Bins45Gain2).shift(H::Lens4).steps(S::Ext45).join(J::ExactGrayFirst).publishes().seeds();
+inline constexpr Branch k54Range3 = on(G::GridMid10Wide, B::Mid45).shift(H::ClockLow).steps(S::MidWide10).drift(D::Quad).join(J::ExactIntDrift).publishes();
 
 // 12 and 60 run the four-range frame; their branches are unused.
-inline constexpr Branch kFourRange{G::Grid25, S::Plain, B::Bins25, H::ClockPlain, D::Plain, J::Int, Publish::Zero, noSeed};
-constexpr Recipe fourRange(int32_t calType, Emissivity emissivity) {
-    return Recipe{calType, read, kFourRange, kFourRange, kFourRange, co, emissivity, A::C2, noBoost, R::Hundredths,
-                  StageForm::FourRange};
+inline constexpr Branch kFourRange = on(G::Grid25, B::Bins25).shift(H::ClockPlain);
+constexpr RecipeOf fourRange(int32_t calType, Emissivity e) {
+    return recipe(calType, kFourRange, kFourRange, kFourRange)
+        .readsDrift()
+        .emissivity(e)
+        .air(A::C2)
+        .with(&Recipe::stage, StageForm::FourRange);
 }
 
 inline constexpr Recipe kRecipes[] = {
-    // calType, drift, tempRange 2, 3, 4, test in 2, emissivity, air, boost, result
     fourRange(12, E::Table),
-    {20, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {21, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
-    {22, computed, {G::Grid25, S::Lens22, B::Lens22, H::Lens22, D::Gain22, J::Float, Publish::Shift, noSeed},
-                   k20Range3, k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
-    {23, computed, k20Range2, {G::GridHigh12, S::High12, B::Mid25, H::ClockHigh, D::Quad, J::Int, Publish::Shift, noSeed},
-                   k20Range4, co, E::Table, A::NeutralC1, boost, R::Hundredths},
-    {24, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {25, computed, {G::GridDegree11, S::Plain, B::Degree11, H::Degree11, D::Plain, J::Float, Publish::Shift, seed},
-                   {G::GridMid7, S::Stepped, B::Mid25Ext, H::ClockPlain, D::Quad, J::Int, Publish::Shift, noSeed},
-                   k20Range4, co, E::Table, A::C1, noBoost, R::Hundredths},
-    {26, computed, {G::Grid25, S::Plain, B::Bins25, H::Clock3000, D::TimesB4, J::Float, Publish::Shift, seed},
-                   k20Range3, k20Range4, co, E::Table, A::C2, boost, R::Hundredths},
-    {27, computed, k20Range2, k20Range3, k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {50, read, {G::GridFine45, S::Plain, B::BinsFine50, H::LensShort, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
-               {G::GridMid7, S::Stepped, B::Mid25, H::ClockPlain, D::Quad, J::ExactIntDrift, Publish::Shift, noSeed},
-               kLongRange4, oc, E::Table, A::C1, noBoost, R::LongPlain},
-    {51, read, {G::GridFine45, S::Plain, B::BinsFine, H::Lens6, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
-               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {52, read, {G::GridDegree12, S::Plain, B::Degree12, H::Lens6Ext, D::Plain, J::ExactGrayFirst, Publish::Shift, seed},
-               kWideRange3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {54, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {55, read, k54Range2, k54Range3, kLongRange4, oc, E::Table, A::C1, noBoost, R::LongWindow},
-    {56, computed, {G::GridFine45, S::Plain, B::BinsFine, H::Clock56, D::GrayFactor56, J::Float, Publish::Zero, seed},
-                   {G::Grid45Ext, S::Ext45, B::Bins45Gain1, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed},
-                   k20Range4, co, E::Table, A::C1, boost, R::Hundredths},
-    {57, computed, k57Range2, k57Range3, k57Range4, oc, E::Table, A::C1, boost, R::Hundredths},
-    {58, computed, {G::Grid45, S::Plain, B::Bins45Gain3, H::FadeThird4, D::Plain, J::Int, Publish::Zero, seed},
-                   {G::GridHigh10, S::Plain, B::Slope45, H::ClockLow, D::Quad, J::Int, Publish::Shift, noSeed},
-                   k20Range4, oc, E::Table, A::C1, boost, R::Hundredths},
+    recipe(20, k20Range2, k20Range3, k20Range4).boosted(),
+    recipe(21, k20Range2, k21Range3, k21Range4).emissivity(E::Polynomial).air(A::C1FrameC2).boosted(),
+    recipe(22,
+        on(G::Grid25, B::Lens22).shift(H::Lens22).steps(S::Lens22).drift(D::Gain22).join(J::Float).publishes(),
+        k20Range3, k20Range4),
+    recipe(23,
+        k20Range2,
+        on(G::GridHigh12, B::Mid25).shift(H::ClockHigh).steps(S::High12).drift(D::Quad).publishes(),
+        k20Range4).air(A::NeutralC1).boosted(),
+    recipe(24, k20Range2, k20Range3, k20Range4).boosted(),
+    recipe(25,
+        on(G::GridDegree11, B::Degree11).shift(H::Degree11).join(J::Float).publishes().seeds(),
+        on(G::GridMid7, B::Mid25Ext).shift(H::ClockPlain).steps(S::Stepped).drift(D::Quad).publishes(),
+        k20Range4),
+    recipe(26,
+        on(G::Grid25, B::Bins25).shift(H::Clock3000).drift(D::TimesB4).join(J::Float).publishes().seeds(),
+        k20Range3, k20Range4).air(A::C2).boosted(),
+    recipe(27, k20Range2, k20Range3, k20Range4).boosted(),
+    recipe(50,
+        on(G::GridFine45, B::BinsFine50).shift(H::LensShort).join(J::ExactGrayFirst).publishes().seeds(),
+        on(G::GridMid7, B::Mid25).shift(H::ClockPlain).steps(S::Stepped).drift(D::Quad).join(J::ExactIntDrift).publishes(),
+        kLongRange4).readsDrift().openClosedIn2().result(R::LongPlain),
+    recipe(51,
+        on(G::GridFine45, B::BinsFine).shift(H::Lens6).join(J::ExactGrayFirst).publishes().seeds(),
+        kWideRange3, kLongRange4).readsDrift().openClosedIn2().result(R::LongWindow),
+    recipe(52,
+        on(G::GridDegree12, B::Degree12).shift(H::Lens6Ext).join(J::ExactGrayFirst).publishes().seeds(),
+        kWideRange3, kLongRange4).readsDrift().openClosedIn2().result(R::LongWindow),
+    recipe(54, k54Range2, k54Range3, kLongRange4).readsDrift().openClosedIn2().result(R::LongWindow),
+    recipe(55, k54Range2, k54Range3, kLongRange4).readsDrift().openClosedIn2().result(R::LongWindow),
+    recipe(56,
+        on(G::GridFine45, B::BinsFine).shift(H::Clock56).drift(D::GrayFactor56).join(J::Float).seeds(),
+        on(G::Grid45Ext, B::Bins45Gain1).shift(H::FadeThird4).steps(S::Ext45).seeds(),
+        k20Range4).boosted(),
+    recipe(57, k57Range2, k57Range3, k57Range4).openClosedIn2().boosted(),
+    recipe(58,
+        on(G::Grid45, B::Bins45Gain3).shift(H::FadeThird4).seeds(),
+        on(G::GridHigh10, B::Slope45).shift(H::ClockLow).drift(D::Quad).publishes(),
+        k20Range4).openClosedIn2().boosted(),
     fourRange(60, E::Polynomial),
-    {70, computed, k57Range2, k57Range3, k57Range4, oc, E::Polynomial, A::C1, boost, R::Hundredths},
-    {80, computed, k20Range2, k21Range3, {G::GridHigh7, S::Plain, B::Slope25, H::ClockLow, D::QuadLongRun, J::Int, Publish::Shift, noSeed},
-                   co, E::Polynomial, A::C1, boost, R::Hundredths},
-    {90, computed, k20Range2, k21Range3, k21Range4, co, E::Polynomial, A::C1FrameC2, boost, R::Hundredths},
-    {100, computed, {G::Grid25, S::Plain, B::Bins25, H::FadeG3, D::TimesB4To5000, J::Float, Publish::Zero, seed},
-                    k20Range3, k20Range4, co, E::Polynomial, A::C1, boost, R::Hundredths},
-    {110, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
-    {120, read, k54Range2, k54Range3, kLongRange4, oc, E::Polynomial, A::C1, noBoost, R::LongWindow},
+    recipe(70, k57Range2, k57Range3, k57Range4).openClosedIn2().emissivity(E::Polynomial).boosted(),
+    recipe(80,
+        k20Range2, k21Range3,
+        on(G::GridHigh7, B::Slope25).shift(H::ClockLow).drift(D::QuadLongRun).publishes()).emissivity(E::Polynomial).boosted(),
+    recipe(90, k20Range2, k21Range3, k21Range4).emissivity(E::Polynomial).air(A::C1FrameC2).boosted(),
+    recipe(100,
+        on(G::Grid25, B::Bins25).shift(H::FadeG3).drift(D::TimesB4To5000).join(J::Float).seeds(),
+        k20Range3, k20Range4).emissivity(E::Polynomial).boosted(),
+    recipe(110, k54Range2, k54Range3, kLongRange4).readsDrift().openClosedIn2().emissivity(E::Polynomial).result(R::LongWindow),
+    recipe(120, k54Range2, k54Range3, kLongRange4).readsDrift().openClosedIn2().emissivity(E::Polynomial).result(R::LongWindow),
 };
 
 // clang-format on
 
 }  // namespace recipe_words
 
-constexpr const Recipe* recipeFor(int32_t calType) { return rowOf(recipe_words::kRecipes, calType); }
-constexpr bool hasRecipe(int32_t calType) { return rowIndexOf(recipe_words::kRecipes, calType) >= 0; }
-
-// Whether the CalType's row runs the four-range frame, by number.
-constexpr bool runsFourRange(int32_t calType) {
-    const int i = rowIndexOf(recipe_words::kRecipes, calType);
-    return i >= 0 && recipe_words::kRecipes[i].stage == StageForm::FourRange;
-}
+// The family's rows by CalType.
+using Recipes = RowTable<recipe_words::kRecipes>;
 
 }  // namespace kalviro::direct

@@ -14,14 +14,8 @@
 
 namespace kalviro::ladder {
 
-struct Trait {
-    using Row = Recipe;
+struct Trait : Recipes {
     using Plan = PixelPlan;
-
-    static constexpr bool owns(Family f) { return f == Family::Ladder || f == Family::Ladder4; }
-    static constexpr bool hasRow(int32_t calType) { return hasRecipe(calType); }
-    static constexpr const Row* rowFor(int32_t calType) { return recipeFor(calType); }
-    static constexpr bool fourRange(int32_t calType) { return runsFourRange(calType); }
 
     static float frame(const Row& r, CalState& st, uint8_t* block, int32_t gray, float emissivity,
                        float distance) {
@@ -39,7 +33,7 @@ struct Trait {
     }
     // The block words the plan reads, handed to `use`.
     template <typename Use>
-    static auto withPlanWords(Family, Use&& use) {
+    static auto withPlanWords(const Row&, Use&& use) {
         return use(kPlanWords);
     }
 };

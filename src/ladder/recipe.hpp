@@ -231,13 +231,4 @@ struct Recipe {
     Exp exp;
 };
 
-inline const Branch* branchFor(const Recipe& r, int32_t range) {
-    switch (range) {
-        case 2: return &r.range2;
-        case 3: return &r.range3;
-        case 4: return &r.range4;
-        default: return nullptr;
-    }
-}
-
 }  // namespace kalviro::ladder
