@@ -7,6 +7,24 @@
 
 namespace kalviro::cli {
 
+namespace {
+
+// Indexed by Unit.
+struct UnitWords {
+    const char* name;    // unitName
+    const char* symbol;  // unitSymbol
+    const char* label;   // unitLabel
+};
+constexpr UnitWords kUnitWords[] = {
+    {"degrees Celsius", "C", "*C"},
+    {"kelvin", "K", "K"},
+    {"degrees Fahrenheit", "F", "*F"},
+};
+
+const UnitWords& words(Unit unit) { return kUnitWords[static_cast<size_t>(unit)]; }
+
+}  // namespace
+
 Unit parseUnit(const std::string& text) {
     if (text == "C" || text == "c") return Unit::Celsius;
     if (text == "K" || text == "k") return Unit::Kelvin;
@@ -14,32 +32,9 @@ Unit parseUnit(const std::string& text) {
     throw Failure("bad unit '" + text + "': expected C, K or F");
 }
 
-const char* unitName(Unit unit) {
-    switch (unit) {
-        case Unit::Celsius: return "degrees Celsius";
-        case Unit::Kelvin: return "kelvin";
-        case Unit::Fahrenheit: return "degrees Fahrenheit";
-    }
-    return "";
-}
-
-const char* unitSymbol(Unit unit) {
-    switch (unit) {
-        case Unit::Celsius: return "C";
-        case Unit::Kelvin: return "K";
-        case Unit::Fahrenheit: return "F";
-    }
-    return "";
-}
-
-const char* unitLabel(Unit unit) {
-    switch (unit) {
-        case Unit::Celsius: return "*C";
-        case Unit::Kelvin: return "K";
-        case Unit::Fahrenheit: return "*F";
-    }
-    return "";
-}
+const char* unitName(Unit unit) { return words(unit).name; }
+const char* unitSymbol(Unit unit) { return words(unit).symbol; }
+const char* unitLabel(Unit unit) { return words(unit).label; }
 
 namespace {
 
