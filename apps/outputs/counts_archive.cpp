@@ -2,8 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <mutex>
@@ -11,6 +9,7 @@
 #include "frames/failure.hpp"
 #include "frames/frame.hpp"
 #include "outputs/outputs.hpp"
+#include "outputs/tiff_file.hpp"
 
 namespace kalviro::cli {
 
@@ -30,25 +29,6 @@ extern "C" void extendTags(TIFF* tiff) {
     if (gParentExtender != nullptr) gParentExtender(tiff);
 }
 
-// libtiff's messages about one file go to that file's own string, never to
-// standard error: the command prints one line of its own.
-extern "C" int keepError(TIFF*, void* into, const char* module, const char* fmt, va_list ap) {
-    char buf[512];
-    std::vsnprintf(buf, sizeof buf, fmt, ap);
-    *static_cast<std::string*>(into) = std::string(module ? module : "libtiff") + ": " + buf;
-    return 1;
-}
-
-extern "C" int dropWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
-
-TIFFOpenOptions* openOptions(std::string& error) {
-    TIFFOpenOptions* o = TIFFOpenOptionsAlloc();
-    if (o == nullptr) throw std::bad_alloc();
-    TIFFOpenOptionsSetErrorHandlerExtR(o, keepError, &error);
-    TIFFOpenOptionsSetWarningHandlerExtR(o, dropWarning, nullptr);
-    return o;
-}
-
 // More than this many pixels a page is not a thermal camera's frame: a
 // hostile header is refused before anything is allocated for it.
 constexpr uint64_t kMaxPagePixels = uint64_t{1} << 28;
@@ -58,26 +38,11 @@ constexpr uint32_t kStripBytes = 256 * 1024;
 
 class CountsOutput : public Output {
 public:
+    // Past 4 GiB a classic TIFF cannot point: BigTIFF when the run may get
+    // there (a stream of unknown length, or a long sequence). The block's
+    // tag is known to libtiff before (makeCountsOutput).
     CountsOutput(std::string target, const RunInfo& run, PendingFiles& files)
-        : target_(std::move(target)), run_(run) {
-        registerBlockTag();
-        const std::string temp = files.create(target_);
-        options_ = openOptions(error_);
-        // Past 4 GiB a classic TIFF cannot point: BigTIFF when the run may
-        // get there (a stream of unknown length, or a long sequence).
-        const uint64_t rawBytes = run.totalFrames ? run.size.frameBytes() * *run.totalFrames : UINT64_MAX;
-        tiff_ = TIFFOpenExt(temp.c_str(), rawBytes > (3ull << 30) ? "w8" : "w", options_);
-        if (tiff_ == nullptr) {
-            const std::string why = error_;
-            TIFFOpenOptionsFree(options_);
-            throw Failure("cannot write " + target_ + (why.empty() ? "" : ": " + why));
-        }
-    }
-
-    ~CountsOutput() override {
-        if (tiff_ != nullptr) TIFFClose(tiff_);
-        TIFFOpenOptionsFree(options_);
-    }
+        : run_(run), file_(std::move(target), files, bigArchive(run)) {}
 
     bool perFrame() const override { return false; }
 
@@ -85,20 +50,14 @@ public:
         const auto w = static_cast<uint32_t>(run_.size.width);
         const auto h = static_cast<uint32_t>(run_.size.height);
         const uint32_t rows = std::max<uint32_t>(1, kStripBytes / (2 * w));
-        bool ok = TIFFSetField(tiff_, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE) &&
-                  TIFFSetField(tiff_, TIFFTAG_IMAGEWIDTH, w) && TIFFSetField(tiff_, TIFFTAG_IMAGELENGTH, h) &&
-                  TIFFSetField(tiff_, TIFFTAG_BITSPERSAMPLE, 16) &&
-                  TIFFSetField(tiff_, TIFFTAG_SAMPLESPERPIXEL, 1) &&
-                  TIFFSetField(tiff_, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT) &&
-                  TIFFSetField(tiff_, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK) &&
-                  TIFFSetField(tiff_, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
-                  TIFFSetField(tiff_, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE) &&
-                  TIFFSetField(tiff_, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL) &&
+        TIFF* tiff = file_.tiff();
+        bool ok = file_.pageFields(w, h, 16, SAMPLEFORMAT_UINT) &&
+                  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE) &&
+                  TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL) &&
                   // Level 1: most of the gain at a fraction of the time.
-                  TIFFSetField(tiff_, TIFFTAG_ZIPQUALITY, 1) &&
-                  TIFFSetField(tiff_, TIFFTAG_ROWSPERSTRIP, std::min(rows, h)) &&
-                  TIFFSetField(tiff_, TIFFTAG_SOFTWARE, "kalviro") &&
-                  TIFFSetField(tiff_, kBlockTag, static_cast<uint32_t>(kBlockBytes), &r.settings);
+                  TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, 1) &&
+                  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, std::min(rows, h)) &&
+                  TIFFSetField(tiff, kBlockTag, static_cast<uint32_t>(kBlockBytes), &r.settings);
         // ImageJ reads its stack description from the first page; the pages
         // are compressed, so it reads every page's own strips.
         if (ok && pages_ == 0) {
@@ -108,34 +67,26 @@ public:
                 description += "images=" + n + "\nslices=" + n + "\n";
             }
             description += "loop=false\n";
-            ok = TIFFSetField(tiff_, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
+            ok = TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
         }
         for (uint32_t y = 0; ok && y < h; ++y) {
-            ok = TIFFWriteScanline(tiff_, const_cast<uint16_t*>(&r.grays[static_cast<size_t>(y) * w]), y,
-                                   0) >= 0;
+            ok = TIFFWriteScanline(tiff, const_cast<uint16_t*>(&r.grays[static_cast<size_t>(y) * w]), y, 0) >=
+                 0;
         }
-        if (!ok || !TIFFWriteDirectory(tiff_)) fail();
+        if (!ok || !TIFFWriteDirectory(tiff)) file_.fail();
         ++pages_;
     }
 
-    void finish() override {
-        TIFF* t = tiff_;
-        tiff_ = nullptr;
-        error_.clear();
-        TIFFClose(t);
-        if (!error_.empty()) fail();
-    }
+    void finish() override { file_.close(); }
 
 private:
-    [[noreturn]] void fail() const {
-        throw Failure("cannot write " + target_ + (error_.empty() ? "" : ": " + error_));
+    static bool bigArchive(const RunInfo& run) {
+        const uint64_t rawBytes = run.totalFrames ? run.size.frameBytes() * *run.totalFrames : UINT64_MAX;
+        return rawBytes > (3ull << 30);
     }
 
-    std::string target_;
     const RunInfo& run_;
-    std::string error_;
-    TIFFOpenOptions* options_ = nullptr;
-    TIFF* tiff_ = nullptr;
+    TiffWriter file_;
     uint64_t pages_ = 0;
 };
 
@@ -159,7 +110,7 @@ bool looksLikeTiff(const std::string& path) {
 
 CountsArchiveReader::CountsArchiveReader(const std::string& path) : name_(path) {
     registerBlockTag();
-    options_ = openOptions(error_);
+    options_ = keepingErrors(error_);
     tiff_ = TIFFOpenExt(path.c_str(), "r", options_);
     try {
         checkFile();
@@ -247,6 +198,7 @@ bool CountsArchiveReader::next(Frame& frame) {
 }
 
 std::unique_ptr<Output> makeCountsOutput(const std::string& target, const RunInfo& run, PendingFiles& files) {
+    registerBlockTag();
     return std::make_unique<CountsOutput>(target, run, files);
 }
 

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <sstream>
@@ -239,17 +240,20 @@ TEST_F(Cli, OutputsNameTheUnit) {
     EXPECT_EQ(nlohmann::json::parse(pages[0].description)["unit"], "degrees Celsius");
 }
 
-// A file-size limit: the write fails, the command says so in one line and
-// removes its temporary files (the signal it brings used to end the command
-// and leave them).
+// A file-size limit: the write fails, the command says so in one line with
+// libtiff's complaint, and removes its temporary files (the signal it brings
+// used to end the command and leave them); for temperatures and gray values.
 TEST_F(Cli, FileSizeLimitLeavesNoTemporaryFile) {
     ok("synth --caltype 21 --size 160x120 --frames 3 -o three.raw");
     const auto before = listing();
-    const Result r =
-        run("convert three.raw --size 16x16 --caltype 21 -o big.tiff -o big.json", "ulimit -f 100;");
-    EXPECT_EQ(r.code, 1) << r.err;
-    EXPECT_NE(r.err.find("big.tiff"), std::string::npos) << r.err;
-    EXPECT_EQ(listing(), before);
+    for (const char* outputs : {"-o big.tiff -o big.json", "-o big.tiff --counts"}) {
+        const Result r =
+            run(std::string("convert three.raw --size 16x16 --caltype 21 ") + outputs, "ulimit -f 100;");
+        EXPECT_EQ(r.code, 1) << outputs << "\n" << r.err;
+        EXPECT_EQ(r.err.rfind("kalviro: cannot write big.tiff: ", 0), 0u) << outputs << "\n" << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        EXPECT_EQ(listing(), before) << outputs;
+    }
 }
 
 // A --size far larger than what a stream brings allocates no more than what
