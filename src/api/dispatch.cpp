@@ -31,12 +31,12 @@ constexpr auto makeModules(std::index_sequence<I...>) {
 constexpr auto kModules = makeModules(std::make_index_sequence<KALVIRO_CALTYPE_COUNT>{});
 
 // A CalType has a row in its family's table and in no other, and runs the
-// four-range frame where the list gives it tempRange 5: the list and the
-// family tables cannot disagree.
+// four-range frame exactly where the list gives it tempRange 5 (else 4): the
+// list and the family tables cannot disagree.
 template <std::size_t... I>
 constexpr bool rowMatchesFamily(int32_t nn, Family f, int32_t last, std::index_sequence<I...>) {
     return (((static_cast<Family>(I) == f) == TraitOf<static_cast<Family>(I)>::type::hasRow(nn)) && ...) &&
-           withFamily(f, [&](auto trait) { return decltype(trait)::fourRange(nn) == (last == 5); });
+           withFamily(f, [&](auto trait) { return last == (decltype(trait)::fourRange(nn) ? 5 : 4); });
 }
 #define KALVIRO_ROW_MATCHES(nn, layout, hasIT, family, last)                                            \
     static_assert(rowMatchesFamily(nn, Family::family, last, std::make_index_sequence<kFamilyCount>{}), \
