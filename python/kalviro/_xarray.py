@@ -164,7 +164,7 @@ def open_recording(path, caltype, width, height, emissivity, distance, chunks, t
     if isinstance(chunks, dict) and isinstance(chunks.get("frame"), int) and chunks["frame"] > 0:
         every = chunks["frame"]  # each chunk starts at a kept state
     if threads is None:
-        threads = 1 if chunks is not None else max(1, len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count() or 1)
+        threads = 1 if chunks is not None else _kalviro._cores()
     return xr.open_dataset(
         os.fspath(path), engine=KalviroBackend, chunks=chunks, caltype=caltype, width=width, height=height,
         emissivity=emissivity, distance=distance, every=every, threads=threads,

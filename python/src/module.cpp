@@ -100,6 +100,7 @@ PYBIND11_MODULE(_kalviro, m) {
     std::snprintf(emissivity, sizeof emissivity, "%.6g", static_cast<double>(kalviro::kDefaultEmissivity));
     m.attr("DEFAULT_EMISSIVITY") = std::stod(emissivity);
     m.def("version", &version, "The library's version text, e.g. 'V_0.0.29'.");
+    m.def("_cores", &kalviro_cores, "The cores this process may run on, as the library counts them.");
     m.def("_caltypes", &calTypes);
     m.def("_block_bytes", &blockBytes, "block"_a);
     m.def("_block_field_table", &blockFieldTable);

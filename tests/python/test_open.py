@@ -139,3 +139,17 @@ def test_archive_refusals(tmp_path, kwargs, error, expected):
     path = raw if kwargs.get("raw") else archive
     with pytest.raises(error, match=re.escape(expected)):
         kalviro.open(path, 121, kwargs.get("width"), None).temperature.values
+
+
+@pytest.mark.parametrize("cpus", [None, "first"], ids=["the process's mask", "one cpu"])
+def test_unchunked_conversions_run_on_the_cores_the_process_may_use(cpus):
+    # Read in a child whose affinity mask is set before it imports kalviro.
+    import os
+    import subprocess
+    import sys
+
+    mask = sorted(os.sched_getaffinity(0))
+    want = mask[:1] if cpus == "first" else mask
+    code = f"import os; os.sched_setaffinity(0, {want!r}); import kalviro; print(kalviro._kalviro._cores())"
+    got = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True).stdout
+    assert int(got) == len(want)
