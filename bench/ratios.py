@@ -72,8 +72,9 @@ def run_program(binary, flags, save):
 
 
 def measure_key(run_name):
-    """("convert", "21", "room") from "convert/21/room/real_time"."""
-    parts = [p for p in run_name.split("/") if ":" not in p and p != "real_time"]
+    """("convert", "21", "room") from "convert/21/room/real_time" (or
+    ".../iterations:1/manual_time")."""
+    parts = [p for p in run_name.split("/") if ":" not in p and p not in ("real_time", "manual_time")]
     return tuple(parts)
 
 
