@@ -29,15 +29,11 @@ std::vector<EmissivityFrame> EmissivityCameras::perFrame(const TempFrameInfo& bl
 
 void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
                        const std::vector<EmissivityFrame>& frames, float distance, float* temps,
-                       KalviroFrameTable& table) {
+                       EmissivityTables& tables) {
     if (frames.empty()) return;
-    std::vector<std::vector<float>> converted(frames.size(), std::vector<float>(count));
-    for (size_t k = 0; k < frames.size(); ++k) {
-        frames[k].camera.realFrame(pixels, count, &frames[k].block, frames[k].emissivity, distance,
-                                   converted[k].data(), table);
-    }
     // Last given first: a pixel once taken keeps what the later region gave
     // it; a region at the run's emissivity takes its pixels as they are.
+    std::vector<std::vector<uint32_t>> owned(frames.size());
     std::vector<uint8_t> taken(count, 0);
     for (auto s = run.shapes.rbegin(); s != run.shapes.rend(); ++s) {
         if (!s->emissivity) continue;
@@ -47,8 +43,23 @@ void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
         for (uint32_t i : s->pixels) {
             if (taken[i]) continue;
             taken[i] = 1;
-            if (k < frames.size()) temps[i] = converted[k][i];
+            if (k < frames.size()) owned[k].push_back(i);
         }
+    }
+    // A pixel's temperature depends on its gray value alone: converting the
+    // owned pixels by themselves gives each the bits of the whole frame.
+    if (tables.size() < frames.size()) tables.resize(frames.size());
+    std::vector<uint16_t> grays;
+    std::vector<float> converted;
+    for (size_t k = 0; k < frames.size(); ++k) {
+        if (owned[k].empty()) continue;
+        grays.resize(owned[k].size());
+        converted.resize(owned[k].size());
+        for (size_t j = 0; j < owned[k].size(); ++j) grays[j] = pixels[owned[k][j]];
+        if (!tables[k]) tables[k] = std::make_unique<KalviroFrameTable>();
+        frames[k].camera.realFrame(grays.data(), grays.size(), &frames[k].block, frames[k].emissivity,
+                                   distance, converted.data(), *tables[k]);
+        for (size_t j = 0; j < owned[k].size(); ++j) temps[owned[k][j]] = converted[j];
     }
 }
 

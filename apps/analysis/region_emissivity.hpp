@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "analysis/frame_result.hpp"
@@ -34,11 +35,15 @@ private:
 // The distinct emissivities of the shapes other than the run's, in order.
 std::vector<float> otherEmissivities(const std::vector<Area>& shapes, float runEmissivity);
 
+// One table for each of the other emissivities, made at first use: each
+// keeps its plan from one frame to the next.
+using EmissivityTables = std::vector<std::unique_ptr<KalviroFrameTable>>;
+
 // Overwrites the pixels of regions with their own emissivity in `temps`
-// (the frame at the run's emissivity).
+// (the frame at the run's emissivity). Only those pixels are converted.
 void applyEmissivities(const RunInfo& run, const uint16_t* pixels, size_t count,
                        const std::vector<EmissivityFrame>& frames, float distance, float* temps,
-                       KalviroFrameTable& table);
+                       EmissivityTables& tables);
 
 // The statistics of every shape and, with `histograms`, their histograms and
 // the frame's, from the frame's final temperatures.

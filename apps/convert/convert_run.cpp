@@ -147,7 +147,8 @@ private:
     void work() {
         // Each worker's scratch table for the frames it converts, made at its
         // first frame: a worker that gets none costs no table.
-        std::unique_ptr<KalviroFrameTable> table, others;
+        std::unique_ptr<KalviroFrameTable> table;
+        EmissivityTables others;
         for (;;) {
             std::unique_lock<std::mutex> lock(mutex_);
             ready_.wait(lock, [&] { return !jobs_.empty() || closing_; });
@@ -167,9 +168,9 @@ private:
         }
     }
 
-    // Regions of other emissivities convert through a table of their own:
+    // Regions of other emissivities convert through tables of their own:
     // each table then keeps its plan from one frame to the next.
-    FrameResult convert(Job& job, KalviroFrameTable& table, std::unique_ptr<KalviroFrameTable>& others) {
+    FrameResult convert(Job& job, KalviroFrameTable& table, EmissivityTables& others) {
         FrameResult r;
         r.temps = take(tempPool_);
         r.index = job.index;
@@ -180,9 +181,8 @@ private:
         const float distance = run_.distance ? static_cast<float>(*run_.distance) : 0.0f;
         job.camera.realFrame(job.pixels.data(), job.pixels.size(), &job.block, run_.emissivity, distance,
                              r.temps.data(), table);
-        if (!job.others.empty() && !others) others = std::make_unique<KalviroFrameTable>();
         applyEmissivities(run_, job.pixels.data(), job.pixels.size(), job.others, distance, r.temps.data(),
-                          others ? *others : table);
+                          others);
         toUnit(r.temps.data(), r.temps.size(), run_.unit);
         r.grays = std::move(job.pixels);
         const int32_t w = run_.size.width;
@@ -274,7 +274,8 @@ private:
     bool closing_ = false;
     std::exception_ptr error_;
     std::vector<std::thread> workers_;
-    std::unique_ptr<KalviroFrameTable> serial_, serialOthers_;
+    std::unique_ptr<KalviroFrameTable> serial_;
+    EmissivityTables serialOthers_;
     std::mutex poolMutex_;
     std::vector<std::vector<uint16_t>> pixelPool_;
     std::vector<std::vector<float>> tempPool_;

@@ -228,13 +228,15 @@ TEST_F(Analysis, ShapesAgreeWithPlainComputationsOverTheTiff) {
 
 // A region's own emissivity gives its pixels exactly what a whole frame at
 // that emissivity gives them; where regions overlap, the last one given
-// wins; every other pixel is the run's. With a CalType that carries state
+// wins (a region hidden by a later one at the run's emissivity leaves no
+// trace); every other pixel is the run's. With a CalType that carries state
 // from frame to frame, over a threaded sequence.
 TEST_F(Analysis, RegionEmissivityIsTheWholeFrameAtIt) {
     ok("synth --caltype 50 --size 160x120 --frames 3 --scene hotspot -o h.raw");
     const std::vector<double> poly = {60.5, 20.5, 130.2, 30.7, 100.1, 90.3};
     ok("convert h.raw --caltype 50 -e 0.95 -j 2 --ellipse hot=90,50,40,30:e=0.8 "
-       "--polygon 60.5,20.5,130.2,30.7,100.1,90.3:e=0.7 --spot s=3,3:e=0.8 --roi 150,100,5,5:e=0.95 "
+       "--polygon 60.5,20.5,130.2,30.7,100.1,90.3:e=0.7 --spot s=3,3:e=0.8 --roi 150,100,5,5:e=0.6 --roi "
+       "150,100,5,5:e=0.95 "
        "-o mix.tiff -o mix.json");
     for (const std::string e : {"0.95", "0.8", "0.7"})
         ok("convert h.raw --caltype 50 -e " + e + " -o " + e + ".tiff");
