@@ -8,6 +8,7 @@
 #include <cpuid.h>
 #endif
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -112,6 +113,39 @@ TEST(LaneChoice, EachRunnableSetThroughThePublicEntriesGivesThePerPixelBits) {
 #endif
     EXPECT_EQ(kalviro_set_lanes(nullptr), 0);
     EXPECT_EQ(kalviro_lanes(), before);
+}
+
+// Each set's gray range is the smallest and largest value, wherever they sit:
+// first, last, in the second register of a step, in the pixels after the
+// last register; at 0 and 65535 too. Lengths around each register width.
+TEST(GrayRange, EverySetFindsBothEndsWhereverTheySit) {
+    const LaneBuilders* sets[4];
+    const int setCount = runnableLaneBuilders(sets, 4);
+    uint32_t seed = 12345;
+    const auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
+    for (const uint64_t count : {0, 1, 2, 7, 8, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 95, 96, 97, 8192}) {
+        for (int where = 0; where < 8; ++where) {
+            std::vector<uint16_t> pixels(count);
+            for (uint16_t& p : pixels) p = static_cast<uint16_t>(1000 + next() % 50000);
+            if (count > 0) {
+                const uint64_t spots[] = {0, count - 1, count / 2, count / 3, (count * 3) / 4};
+                const uint64_t low = spots[where % 5], high = spots[(where + 2) % 5];
+                pixels[low] = where >= 5 ? 0 : 17;
+                if (high != low) pixels[high] = where >= 5 ? 65535 : 60001;
+            }
+            uint16_t wantLo = 65535, wantHi = 0;
+            for (const uint16_t p : pixels) {
+                wantLo = std::min(wantLo, p);
+                wantHi = std::max(wantHi, p);
+            }
+            for (int s = 0; s < setCount; ++s) {
+                uint16_t lo = 1, hi = 1;
+                sets[s]->grayRange(pixels.data(), count, &lo, &hi);
+                EXPECT_EQ(lo, wantLo) << sets[s]->name << ", " << count << " pixels, case " << where;
+                EXPECT_EQ(hi, wantHi) << sets[s]->name << ", " << count << " pixels, case " << where;
+            }
+        }
+    }
 }
 
 // KALVIRO_LANES, where the test is run with it (see CMakeLists.txt), is the

@@ -99,11 +99,24 @@ constexpr FamilyBuilders<FamilyList<Traits...>> buildersOn(FamilyList<Traits...>
 // for none); and a register of them at a time.
 void grayRangeScalar(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi);
 
+// Two registers a step, each with its own minimum and maximum: the steps
+// do not wait for each other.
 template <typename Grays, typename Tag>
 void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t* hi) {
     constexpr uint64_t K = sizeof(Grays) / sizeof(uint16_t);
-    Grays a = ~Grays{}, b = Grays{};
+    Grays a = ~Grays{}, b = Grays{}, a2 = a, b2 = b;
     uint64_t i = 0;
+    for (; i + 2 * K <= count; i += 2 * K) {
+        Grays v, w;
+        std::memcpy(&v, pixels + i, sizeof v);
+        std::memcpy(&w, pixels + i + K, sizeof w);
+        a = v < a ? v : a;
+        b = v > b ? v : b;
+        a2 = w < a2 ? w : a2;
+        b2 = w > b2 ? w : b2;
+    }
+    a = a2 < a ? a2 : a;
+    b = b2 > b ? b2 : b;
     for (; i + K <= count; i += K) {
         Grays v;
         std::memcpy(&v, pixels + i, sizeof v);
@@ -124,11 +137,13 @@ void grayRangeOf(const uint16_t* pixels, uint64_t count, uint16_t* lo, uint16_t*
 
 // The builders of one set, in the file compiled for it: W lanes, in a
 // namespace of their own (see Vector's Tag), so that every function the
-// file defines carries the set's name.
+// file defines carries the set's name. Gray values go at most 16 to a
+// register: 16-bit lanes of a 512-bit one need AVX-512BW, which the widest
+// set does not ask for, and split into halves that wait for each other.
 #define KALVIRO_LANE_BUILDERS(set, W)                                                              \
     namespace kalviro::lanes_##set {                                                               \
         struct Tag {};                                                                             \
         using L = Vector<W, Tag>;                                                                  \
-        typedef uint16_t Grays __attribute__((vector_size(4 * W)));                                \
+        typedef uint16_t Grays __attribute__((vector_size(W > 8 ? 32 : 4 * W)));                   \
         const LaneBuilders kBuilders{#set, W, buildersOn<L>(Families{}), grayRangeOf<Grays, Tag>}; \
     }
