@@ -17,8 +17,9 @@ and for the first CalType a synthetic recording (1,000 frames of the room
 as kalviro synth makes it, the camera warming) through Camera::realFrame
 on one table kept from frame to frame, per frame over the memcpy (rec b/d;
 rec cpu/d in processor time; rec fresh/d the same frames on a table that
-keeps nothing), and two threads over one with 2 ms between frames (paced
-2/1); and per CalType the whole-frame conversion per gray value of the full scale
+keeps nothing), and two threads over one with 2 ms between frames, the
+frames on one and two threads in turn (paced 2/1; paced med 2/1 of the
+medians); and per CalType the whole-frame conversion per gray value of the full scale
 (ns) and the per-frame call (us); then which CalTypes miss each goal.
 
     bench/ratios.py [--binary PROGRAM] [--save FILE] [-- PROGRAM FLAGS...]
@@ -145,10 +146,11 @@ def gather(runs):
             row["rec fresh/d"] = rec[1]["fresh_us"] * 1e3 / d
             if rec[1].get("copy_cpu_us"):
                 row["rec cpu/copy"] = rec[1]["kept_cpu_us"] / rec[1]["copy_cpu_us"]
-        paced1 = runs.get(("paced2ms_threads1", str(ct), "room"))
-        paced2 = runs.get(("paced2ms_threads2", str(ct), "room"))
-        if paced1 and paced2:
-            row["paced 2/1"] = paced2[0] / paced1[0]
+        paced = runs.get(("paced2ms", str(ct), "room"))
+        if paced and paced[1].get("threads1_us"):
+            row["paced 2/1"] = paced[1]["threads2_us"] / paced[1]["threads1_us"]
+            if paced[1].get("threads1_median_us"):
+                row["paced med 2/1"] = paced[1]["threads2_median_us"] / paced[1]["threads1_median_us"]
         kernel = runs.get(("kernel", str(ct)))
         init = runs.get(("init", str(ct)))
         row["f"] = kernel[0] / GRAYS if kernel else None
@@ -197,7 +199,7 @@ def print_header(ctx, runs, copy_ns):
         "(a ns: ns a pixel; a cpu: processor ns a pixel); "
         "rec: a recording of 1,000 frames through Camera::realFrame on a kept table, per frame (rec fresh: "
         "on a table that keeps nothing; rec cpu/copy: its processor time over that of a memcpy made in the same "
-        "loop, as the frame finds the caches); paced 2/1: two threads over one, 2 ms between frames; "
+        "loop, as the frame finds the caches); paced 2/1: two threads over one, 2 ms between frames, the frames in turn (med: their medians); "
         "b, c and f build their table anew for every frame; k: b on a kept table, the same frame again "
         "(k cpu/b cpu: their processor times). "
         "f: kalviro_convert_frame on the 65536 gray values once, ns per value; e: the per-frame call, us. "
@@ -208,7 +210,7 @@ def print_header(ctx, runs, copy_ns):
 def print_table(rows, ctx):
     scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
     columns = [f"{s} {m}" for s in scenes for m in ("b/d", "k/d", "k cpu/b cpu", "c/d", "a/d", "a ns", "a cpu", "b/c")]
-    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "paced 2/1", "f", "e"]
+    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "paced 2/1", "paced med 2/1", "f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")
