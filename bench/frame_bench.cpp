@@ -12,7 +12,7 @@
 //              the camera warming as synth makes it), made first and held in
 //              memory, through Camera::realFrame on one table kept from frame
 //              to frame, per frame; beside it the same frames on a table that
-//              keeps nothing (first CalType only)
+//              keeps nothing, and on two threads (first CalType only)
 //   init       (e) one per-frame call, KALVIRO_Gray2Temp_Init
 //   kernel     (f) kalviro_convert_frame on each of the 65536 gray values once
 // on the frames of bench_frames.hpp, named measure/CalType/scene. Except in
@@ -197,8 +197,8 @@ void convertPaced(benchmark::State& state, const CalTypeInfo& calType, const Ben
 // The recording made first, as kalviro synth makes it; then, frame after
 // frame, its per-frame call (not timed) and Camera::realFrame on the kept
 // table (timed), then on a table that keeps nothing (timed apart), and a
-// memcpy of the output as the frame finds the caches. One pass over the
-// recording per iteration, from a fresh camera.
+// memcpy of the output as the frame finds the caches; then a second pass on
+// two threads with a kept table of their own. Each pass from a fresh camera.
 void recording(benchmark::State& state, const CalTypeInfo& calType, int64_t frames) {
     const kalviro::cli::FrameSize size{640, 512};
     const size_t count = size.pixels();
@@ -219,13 +219,15 @@ void recording(benchmark::State& state, const CalTypeInfo& calType, int64_t fram
         }
     }
     auto kept = std::make_unique<KalviroFrameTable>();
+    auto kept2 = std::make_unique<KalviroFrameTable>();
     auto fresh = std::make_unique<KalviroFrameTable>();
     std::vector<float> out(count), from(count, 21.5f), to(count);
     std::array<uint8_t, 512> block{};
-    double keptReal = 0, keptCpu = 0, freshReal = 0, copyCpu = 0;
+    double keptReal = 0, keptCpu = 0, freshReal = 0, copyCpu = 0, twoReal = 0;
     for (auto _ : state) {
         kalviro::Camera camera(calType.calType);
         forget(*kept);
+        forget(*kept2);
         double pass = 0;
         for (size_t f = 0; f < n; ++f) {
             const uint16_t* pixels = recorded.data() + f * count;
@@ -253,6 +255,19 @@ void recording(benchmark::State& state, const CalTypeInfo& calType, int64_t fram
             pass += std::chrono::duration<double>(t1 - t0).count();
             freshReal += std::chrono::duration<double>(t3 - t2).count();
         }
+        // Again on two threads, the frames as cold as on one.
+        kalviro::Camera again(calType.calType);
+        for (size_t f = 0; f < n; ++f) {
+            const uint16_t* pixels = recorded.data() + f * count;
+            block = blocks[f];
+            auto* info = reinterpret_cast<TempFrameInfo*>(block.data());
+            again.init(pixels[count / 2 + static_cast<size_t>(size.width) / 2], info, kEmissivity, 0.0f);
+            const auto t0 = std::chrono::steady_clock::now();
+            again.realFrame(pixels, count, info, kEmissivity, 0.0f, out.data(), *kept2, 2);
+            twoReal += std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+            benchmark::DoNotOptimize(out.data());
+            benchmark::ClobberMemory();
+        }
         keptReal += pass;
         state.SetIterationTime(pass / static_cast<double>(frames));
     }
@@ -262,6 +277,7 @@ void recording(benchmark::State& state, const CalTypeInfo& calType, int64_t fram
     state.counters["kept_us"] = keptReal / total * 1e6;
     state.counters["kept_cpu_us"] = keptCpu / total * 1e6;
     state.counters["fresh_us"] = freshReal / total * 1e6;
+    state.counters["kept_threads2_us"] = twoReal / total * 1e6;
     state.counters["copy_cpu_us"] = copyCpu / total * 1e6;
     state.SetLabel(size.text() + ", " + std::to_string(frames) + " frames, time per frame");
 }

@@ -17,7 +17,7 @@ and for the first CalType a synthetic recording (1,000 frames of the room
 as kalviro synth makes it, the camera warming) through Camera::realFrame
 on one table kept from frame to frame, per frame over the memcpy (rec b/d;
 rec cpu/d in processor time; rec fresh/d the same frames on a table that
-keeps nothing), and two threads over one with 2 ms between frames, the
+keeps nothing; rec c/d on two threads), and two threads over one with 2 ms between frames, the
 frames on one and two threads in turn (paced 2/1; paced med 2/1 of the
 medians); and per CalType the whole-frame conversion per gray value of the full scale
 (ns) and the per-frame call (us); then which CalTypes miss each goal.
@@ -144,6 +144,8 @@ def gather(runs):
             row["rec b/d"] = rec[0] / d
             row["rec cpu/d"] = rec[1]["kept_cpu_us"] * 1e3 / d
             row["rec fresh/d"] = rec[1]["fresh_us"] * 1e3 / d
+            if rec[1].get("kept_threads2_us"):
+                row["rec c/d"] = rec[1]["kept_threads2_us"] * 1e3 / d
             if rec[1].get("copy_cpu_us"):
                 row["rec cpu/copy"] = rec[1]["kept_cpu_us"] / rec[1]["copy_cpu_us"]
         paced = runs.get(("paced2ms", str(ct), "room"))
@@ -198,7 +200,7 @@ def print_header(ctx, runs, copy_ns):
         "\nb: kalviro_convert_frame; c: the same on two threads; a: the per-pixel function on every pixel "
         "(a ns: ns a pixel; a cpu: processor ns a pixel); "
         "rec: a recording of 1,000 frames through Camera::realFrame on a kept table, per frame (rec fresh: "
-        "on a table that keeps nothing; rec cpu/copy: its processor time over that of a memcpy made in the same "
+        "on a table that keeps nothing; rec c: on two threads; rec cpu/copy: its processor time over that of a memcpy made in the same "
         "loop, as the frame finds the caches); paced 2/1: two threads over one, 2 ms between frames, the frames in turn (med: their medians); "
         "b, c and f build their table anew for every frame; k: b on a kept table, the same frame again "
         "(k cpu/b cpu: their processor times). "
@@ -210,7 +212,7 @@ def print_header(ctx, runs, copy_ns):
 def print_table(rows, ctx):
     scenes = [s for s in SCENES if any(s + " b/d" in r or s + " a ns" in r for r in rows.values())]
     columns = [f"{s} {m}" for s in scenes for m in ("b/d", "k/d", "k cpu/b cpu", "c/d", "a/d", "a ns", "a cpu", "b/c")]
-    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "paced 2/1", "paced med 2/1", "f", "e"]
+    columns += ["rec b/d", "rec cpu/d", "rec cpu/copy", "rec fresh/d", "rec c/d", "paced 2/1", "paced med 2/1", "f", "e"]
     columns = [c for c in columns if any(r.get(c) is not None for r in rows.values())]
     titles = {"f": "f ns/value", "e": "e us"}
     print("| CalType | " + " | ".join(titles.get(c, c) for c in columns) + " |")
