@@ -123,13 +123,13 @@ TEST(GrayRange, EverySetFindsBothEndsWhereverTheySit) {
     const int setCount = runnableLaneBuilders(sets, 4);
     uint32_t seed = 12345;
     const auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
-    for (const uint64_t count : {0, 1, 2, 7, 8, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 95, 96, 97, 8192}) {
+    for (const size_t count : {0, 1, 2, 7, 8, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 95, 96, 97, 8192}) {
         for (int where = 0; where < 8; ++where) {
             std::vector<uint16_t> pixels(count);
             for (uint16_t& p : pixels) p = static_cast<uint16_t>(1000 + next() % 50000);
             if (count > 0) {
-                const uint64_t spots[] = {0, count - 1, count / 2, count / 3, (count * 3) / 4};
-                const uint64_t low = spots[where % 5], high = spots[(where + 2) % 5];
+                const size_t spots[] = {0, count - 1, count / 2, count / 3, (count * 3) / 4};
+                const size_t low = spots[where % 5], high = spots[(where + 2) % 5];
                 pixels[low] = where >= 5 ? 0 : 17;
                 if (high != low) pixels[high] = where >= 5 ? 65535 : 60001;
             }
